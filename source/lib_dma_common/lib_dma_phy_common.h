@@ -1,0 +1,256 @@
+#pragma once
+
+#include "dma_export.h"
+#include "dma_types.h"
+#include "lib_dma_cfg_manager/lib_dma_enum.h"
+
+#include <complex>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace vrim::dma_demod_lib
+{
+/// What `upsample` puts between two samples: 0 zeros, any other value the sample again.
+using upsample_type_t = std::uint32_t;
+constexpr upsample_type_t upsample_zeros = 0;
+constexpr upsample_type_t upsample_hold = 1;
+
+/// Figures that the QAM demodulator draws from a format's point set at rms 1.
+struct qam_norm_t
+{
+    float grid_unit = 0.0f;        ///< half the distance of neighbouring points
+    std::uint32_t cross_shift = 0; ///< 0 for the square formats, else points a side of the missing corners
+    float mag_threshold = 0.0f;    ///< first decision constant of the carrier recovery
+    float mag_margin = 0.0f;       ///< second decision constant
+};
+
+/// The same for APSK.
+struct apsk_norm_t
+{
+    float mag_threshold = 0.0f;
+    float mag_margin = 0.0f;
+};
+
+/// The toolkit: static operations on arrays. They know no pipeline and hold no data.
+///
+/// Arrays `meas` and `ref` are of the same rate; operations on both run over the length of `meas`, and a shorter `ref` raises
+/// std::out_of_range.
+class DMA_DEMOD_EXPORT lib_dma_phy_common_t
+{
+public:
+    // Rate conversion and mixing (lib_dma_phy_common_rate.cpp)
+
+    /// Multiplies data[n] by exp(j (2 pi freq n + phase)) through a single-precision phasor recurrence.
+    ///
+    /// The phasor is never renormalised. When the length is no multiple of eight, the tail runs one step ahead of the blocks
+    /// and the last sample stays as it was. Lengths below 8 have no block, only the tail.
+    /// @param freq   cycles per sample
+    /// @param phase  radians
+    static void deal_mixer1(complex_array& data, double freq, float phase);
+    /// The same recurrence over `length` samples of `data` from `start` on, into `out`.
+    static void deal_mixer(const complex_array& data, double freq, complex_array& out, std::uint32_t start, std::uint32_t length,
+                           float phase);
+
+    /// Picks every floor(factor)-th sample from index 0, without filtering. An empty input or a factor of 0 prints a report
+    /// and leaves `out` as it was. A factor between 0 and 1 is not supported.
+    static void downsample(const complex_array& data, float factor, complex_array& out);
+    static void downsample(const float_array& data, float factor, float_array& out);
+    /// The same from index `offset` on.
+    static void downsample1(const complex_array& data, float factor, std::uint32_t offset, complex_array& out);
+    static void downsample1(const float_array& data, float factor, std::uint32_t offset, float_array& out);
+
+    /// Puts floor(factor) - 1 samples behind each sample: zeros or copies. A factor below 2 copies the data.
+    static void upsample(const complex_array& data, upsample_type_t type, float factor, complex_array& out);
+    static void upsample(const float_array& data, upsample_type_t type, float factor, float_array& out);
+    /// The same with each sample multiplied by `gain`; a factor below 2 copies the data and ignores the gain.
+    static void upsample1(const complex_array& data, upsample_type_t type, float factor, std::complex<float> gain, complex_array& out);
+    static void upsample1(const complex_array& data, upsample_type_t type, float factor, float gain, complex_array& out);
+    static void upsample1(const float_array& data, upsample_type_t type, float factor, float gain, float_array& out);
+
+    /// A boxcar of one symbol, unit DC gain, centred in span * sps + 1 taps.
+    /// @throws std::out_of_range when span is 0
+    static void gen_rectangular_filter(std::uint32_t span, std::uint32_t sps, complex_array& out);
+    /// Main pulse of linearised GMSK, BT 0.3, 5 * sps + 1 real taps.
+    /// Source: P. A. Laurent, "Exact and approximate construction of digital phase modulations by superposition of amplitude
+    /// modulated pulses", IEEE Trans. Commun. 34(2), 1986.
+    static void deal_edge_filter(std::uint32_t sps, complex_array& filter);
+
+    /// `data` turned to the right by `shift`; a negative shift counts from the end. Reports an empty array or a shift larger
+    /// than the array; such a shift is taken modulo the length.
+    template <typename value_t>
+    static std::vector<std::complex<value_t>> deal_cyclic_shift(const std::vector<std::complex<value_t>>& data, std::int32_t shift);
+
+    /// Slice of `length` elements from `start`, or what there is of it; a `start` past the end gives the whole data.
+    /// @return always true
+    template <typename value_t>
+    static bool check_valid_data_size(const std::vector<value_t>& data, std::uint32_t start, std::uint32_t length,
+                                      std::vector<value_t>& out);
+
+    // Error vectors and impairments (lib_dma_phy_common_error.cpp)
+
+    /// out = ref - meas: the vector points from the measurement to the reference.
+    static void error_vector_cal(const complex_array& meas, const complex_array& ref, complex_array& out);
+    /// out = |ref| - |meas|.
+    static void mag_error_cal(const complex_array& meas, const complex_array& ref, float_array& out);
+    /// out = arg(ref) - arg(meas) folded to half a turn, degrees.
+    static void phase_error_cal(const complex_array& meas, const complex_array& ref, float_array& out);
+    /// @return dB, power of the reference over power of the error; not-a-number for empty arrays
+    static double snr_cal(const complex_array& meas, const complex_array& ref);
+    /// Mean of 20 log10(|I| / |Q|) over the symbols whose rails differ by less than 1.0.
+    /// @param symbols  about unit rms
+    /// @return dB; 0 when no symbol counts
+    static float gain_imbalance_cal(const complex_array& symbols);
+    /// Mean angle between the symbols, turned by `rotation` radians, and the imaginary axis, over the symbols that lie within
+    /// `threshold` of it.
+    /// @return degrees, unsigned; 0 when no symbol counts
+    static float quad_error_cal(const complex_array& symbols, float threshold, float rotation);
+    /// Quadrature figure of APSK from the mean powers of two amplitude classes. For 32APSK it is always 0.
+    /// A format that is not 16 or 32 is logged and ends the process with exit code 1.
+    /// @return degrees
+    static float apsk_quad_error_cal(lib_dma_apsk_modulation_type_t format, const complex_array& symbols);
+    /// Mean of the error vector against unit level.
+    /// @return dB; -1e10 for an empty array or a sum of exactly 0
+    static float iq_offset_cal(const complex_array& error_vector);
+    /// Normalised correlation of a[0 .. count) with b[start .. start + count).
+    /// @return 0 to 1; 0 for a `count` of 0 or when there is no power
+    /// @throws std::out_of_range past either array
+    static float deal_corr(const complex_array& a, const complex_array& b, std::uint32_t start, std::uint32_t count);
+    /// Sets samples that are not finite to 0. `level` takes no part in it.
+    static void filter_invalid(complex_array& data, float level);
+    /// scale * start, scale * (start + step), ... while the running single-precision value is at most `stop` (for a negative
+    /// step: at least). A range that cannot be walked gives one entry, 0.
+    static float_array gen_target_array(float start, float step, float stop, float scale);
+    static complex_array gen_target_array(float start, float step, float stop, std::complex<float> scale);
+    /// Averages over `window` samples (made odd), with windows that shrink towards both ends.
+    /// @return as long as `data`
+    static float_array center_moving_average(std::uint32_t window, const float_array& data);
+
+    // Carrier phase (lib_dma_phy_common_phase.cpp)
+
+    /// Takes the line fit[0] * symbol + fit[1] out of `data`.
+    /// @param fit             radians per symbol, radians
+    /// @param pre_num         samples before symbol 0
+    /// @param sps             samples per symbol of `data`
+    /// @param[in,out] data    corrected in place; FSK stays as it is, OQPSK and unknown groups are logged and stay
+    /// @param[out] phase_shift  samples by which MSK was moved to its symbol pair; 0 otherwise
+    /// @throws std::out_of_range when `fit` has fewer than two entries
+    static void deal_fixed_phase(lib_dma_modulation_type_t format_group, const float_array& fit, std::uint32_t pre_num,
+                                 std::uint32_t sps, complex_array& data, double& phase_shift);
+    /// Fits a line to the phase between measurement and reference at the symbols and takes it out of `meas`.
+    /// @param[out] fine_frequency  Hz; not written when the fit fails, which is logged
+    static void deal_fine_phase_fit(lib_dma_modulation_type_t format_group, complex_array& meas, const complex_array& ref,
+                                    double& fine_frequency, std::uint64_t symbol_rate, std::uint32_t pre_num, std::uint32_t sps);
+    /// Unwraps in place, radians.
+    static void phase_unwrap(float_array& phases);
+    /// Phases of `symbols`; with `refine` two passes move entries by one turn where a step exceeds `tolerance` radians.
+    /// Serves short tracks whose steps stay below two turns.
+    static float_array phase_unwrap(const complex_array& symbols, bool refine, float tolerance);
+    /// @return the angle modulo a turn, above -pi and at most pi; 0 for a value that is not finite
+    static float wrap_to_pi(float angle);
+
+    // Bits, text and formats (lib_dma_phy_common_bit.cpp)
+
+    /// Digits of `value`: with `base` 0 bits, least significant first unless `reverse`; with `base` 1 decimal digits, most
+    /// significant first; any other base zeros.
+    static byte_array int2array(std::uint32_t value, std::uint32_t length, std::uint8_t base, bool reverse);
+    /// Groups of `group` bits to numbers, the first bit the highest. With `keep_order` false `bits` is reversed first, in
+    /// place. A `group` of 0 gives nothing.
+    static float_array bit_array2int(float_array& bits, std::uint32_t group, bool keep_order);
+    /// Two hexadecimal digits a byte, a last single one a byte of its own.
+    /// @param bytes  room for (length of text + 1) / 2 bytes
+    /// @return count of bytes; 0 for a null pointer
+    static std::uint32_t hecstr2dec(const char* text, std::uint8_t* bytes);
+    /// Appends two lower-case hexadecimal digits a byte.
+    static void dec2hexstr(const byte_array& bytes, std::string& text);
+    /// @param bits  sized by the caller to 8 * count
+    static void convertbytes2bitarr(const std::uint8_t* bytes, std::uint32_t count, bool msb_first, byte_array& bits);
+    static void convertbits2bytearr(byte_array& bits, std::uint32_t count, bool msb_first, byte_array& bytes);
+    static void hexstr2bitarr(std::string text, bool msb_first, byte_array& bits);
+    static void bitarr2hexstr(byte_array& bits, bool msb_first, std::string& text);
+
+    /// Bits per symbol of a format.
+    static std::uint32_t get_qm_from_modulation(lib_dma_qam_modulation_type_t format);
+    static std::uint32_t get_ask_order_from_modulation(lib_dma_ask_modulation_type_t format);
+    /// 32 and 64 tones give 1.
+    static std::uint32_t get_fsk_order_from_modulation(lib_dma_fsk_modulation_type_t format);
+    static std::uint32_t get_psk_order_from_modulation(lib_dma_psk_modulation_type_t format);
+    static std::uint32_t get_apsk_order_from_modulation(lib_dma_apsk_modulation_type_t format);
+    static std::uint32_t get_dpsk_order_from_modulation(lib_dma_dpsk_modulation_type_t format);
+
+    /// Nearest point of `map`; the first in key order of equally near ones.
+    /// @return 0 for an empty map
+    /// @throws std::out_of_range when a map that is not empty lacks key 0
+    static std::complex<float> get_symbol_decision_result(const constellation_map& map, std::complex<float> point);
+    /// Key of the nearest point, in single precision; 0 for an empty map.
+    static std::uint32_t get_symbol_index_decision_result(const constellation_map& map, std::complex<float> point);
+
+    /// Sector decisions of one symbol. Sector bounds belong to the sector on their lower side. An unknown format is logged
+    /// and decided as the simplest one of its group.
+    /// @param rotation  radians, taken out of the point first
+    static std::uint32_t psk_demod_bit(std::complex<float> point, lib_dma_psk_modulation_type_t format, float rotation);
+    /// @param phase  radians, difference of two symbols
+    static std::uint32_t dpsk_demod_bit(float phase, lib_dma_dpsk_modulation_type_t format);
+    /// @param value  normalised deviation, -1 to 1
+    static std::uint32_t fsk_demod_bit(float value, lib_dma_fsk_modulation_type_t format);
+    static std::uint32_t ask_demod_bit(std::complex<float> point, lib_dma_ask_modulation_type_t format);
+    static std::uint32_t qam_demod_bit(std::complex<float> point, lib_dma_qam_modulation_type_t format);
+    static std::uint32_t apsk_demod_bit(std::complex<float> point, lib_dma_apsk_modulation_type_t format, float r2, float r3);
+    static float qam_get_max_mag(lib_dma_qam_modulation_type_t format);
+    static std::uint32_t qam_idx(std::complex<float> point, lib_dma_qam_modulation_type_t format);
+
+    /// Real and imaginary parts apart.
+    static void get_iq_data(const complex_array& data, float_array& i_part, float_array& q_part);
+    /// Real parts.
+    static void complex_to_float_arr(const complex_array& data, float_array& out);
+    /// Values as real parts, imaginary parts 0.
+    static void float_to_complex_arr(float_array values, complex_array& out);
+    /// @return root of the mean square, summed in single precision; an empty array is reported and gives 0
+    static float get_float_array_rms(const float_array& values);
+    static void get_float_array_amplitude(const float_array& values, float_array& out);
+
+    // Point sets (lib_dma_phy_common_constellation.cpp)
+
+    /// Rings of 4 and 12 points, radii 1 and `r2_r1`. A ratio outside 1.25 to 8 is reported and used.
+    /// @param phase1, phase2  radians, turn of each ring
+    static void generate_16apsk_constellation(constellation_map& map, bool dvb_order, float r2_r1, float phase1, float phase2);
+    /// Rings of 4, 12 and 16 points, radii 1, `r2_r1` and `r3_r1`.
+    static void generate_32apsk_constellation(constellation_map& map, bool dvb_order, float r2_r1, float r3_r1, float phase1,
+                                              float phase2, float phase3);
+    /// Keys of the points in ring order.
+    static void get_16apsk_symbol_arr(std::vector<std::uint32_t>& ring1, std::vector<std::uint32_t>& ring2, bool dvb_order);
+    static void get_32apsk_symbol_arr(std::vector<std::uint32_t>& ring1, std::vector<std::uint32_t>& ring2,
+                                      std::vector<std::uint32_t>& ring3, bool dvb_order);
+    /// Scales the points to unit rms. @return false, after a report, for an empty map
+    static bool rms_normalize(constellation_map& map);
+    /// Scales the points to a largest amplitude of 1. @return false, after a report, for an empty map
+    static bool amplitude_max_normalize(constellation_map& map);
+    static qam_norm_t qam_get_norm_param(lib_dma_qam_modulation_type_t format);
+    static apsk_norm_t apsk_get_norm_param(lib_dma_apsk_modulation_type_t format, float radius_ratio);
+
+    // IQ text files (lib_dma_phy_common_file.cpp)
+
+    /// Reads pairs of numbers, I then Q, until the end; 1e-11 is added to both parts. A file that cannot be opened is logged.
+    static void get_test_demod_data(const char* file_name, complex_array& samples);
+    /// Reads words in pairs, I then Q, until the end.
+    static void input_data2_complex_arr(const char* file_name, complex_array& samples);
+};
+
+template <typename value_t>
+bool lib_dma_phy_common_t::check_valid_data_size(const std::vector<value_t>& data, std::uint32_t start, std::uint32_t length,
+                                                 std::vector<value_t>& out)
+{
+    const std::uint32_t size = static_cast<std::uint32_t>(data.size());
+    const std::uint32_t stop = start + length; // wraps: a length below zero asks for more than there is
+    if (start >= size)
+        out = data;
+    else if (stop > size || length > size)
+        out.assign(data.begin() + start, data.end());
+    else
+        out.assign(data.begin() + start, data.begin() + stop);
+    return true;
+}
+
+extern template DMA_DEMOD_EXPORT complex_array lib_dma_phy_common_t::deal_cyclic_shift<float>(const complex_array& data,
+                                                                                             std::int32_t shift);
+} // namespace vrim::dma_demod_lib
