@@ -143,9 +143,9 @@ public:
                                     double& fine_frequency, std::uint64_t symbol_rate, std::uint32_t pre_num, std::uint32_t sps);
     /// Unwraps in place, radians.
     static void phase_unwrap(float_array& phases);
-    /// Phases of `symbols`; with `refine` two passes move entries by one turn where a step exceeds `tolerance` radians.
+    /// Phases of `symbols`; with `refine` two passes move entries by one turn where a step exceeds `step_tolerance` radians.
     /// Serves short tracks whose steps stay below two turns.
-    static float_array phase_unwrap(const complex_array& symbols, bool refine, float tolerance);
+    static float_array phase_unwrap(const complex_array& symbols, bool refine, float step_tolerance);
     /// @return the angle modulo a turn, above -pi and at most pi; 0 for a value that is not finite
     static float wrap_to_pi(float angle);
 
@@ -158,15 +158,22 @@ public:
     /// place. A `group` of 0 gives nothing.
     static float_array bit_array2int(float_array& bits, std::uint32_t group, bool keep_order);
     /// Two hexadecimal digits a byte, a last single one a byte of its own.
+    /// A character that is no hexadecimal digit is reported and counts as 0.
     /// @param bytes  room for (length of text + 1) / 2 bytes
     /// @return count of bytes; 0 for a null pointer
     static std::uint32_t hecstr2dec(const char* text, std::uint8_t* bytes);
     /// Appends two lower-case hexadecimal digits a byte.
     static void dec2hexstr(const byte_array& bytes, std::string& text);
+    /// Spreads `count` bytes, eight bits each. A null pointer leaves `bits` as it was.
     /// @param bits  sized by the caller to 8 * count
+    /// @throws std::out_of_range when `bits` is too short
     static void convertbytes2bitarr(const std::uint8_t* bytes, std::uint32_t count, bool msb_first, byte_array& bits);
+    /// The inverse. `bits` comes back with 8 * count elements, cut or filled up with zeros; an empty one leaves both as they
+    /// were.
     static void convertbits2bytearr(byte_array& bits, std::uint32_t count, bool msb_first, byte_array& bytes);
+    /// Bits of a text of hexadecimal digits; a last single digit makes a byte of its own, of eight bits.
     static void hexstr2bitarr(std::string text, bool msb_first, byte_array& bits);
+    /// Two lower-case digits a byte. `bits` comes back filled up with zeros to a multiple of eight.
     static void bitarr2hexstr(byte_array& bits, bool msb_first, std::string& text);
 
     /// Bits per symbol of a format.
@@ -185,18 +192,30 @@ public:
     /// Key of the nearest point, in single precision; 0 for an empty map.
     static std::uint32_t get_symbol_index_decision_result(const constellation_map& map, std::complex<float> point);
 
-    /// Sector decisions of one symbol. Sector bounds belong to the sector on their lower side. An unknown format is logged
-    /// and decided as the simplest one of its group.
+    /// Decisions of one symbol by sectors, levels or the grid; the analysis itself decides by the nearest point. Sector bounds
+    /// belong to the sector on their lower side. An unknown format is logged and decided as the simplest one of its group.
     /// @param rotation  radians, taken out of the point first
     static std::uint32_t psk_demod_bit(std::complex<float> point, lib_dma_psk_modulation_type_t format, float rotation);
     /// @param phase  radians, difference of two symbols
+    ///               The shifted formats have no sectors of their own: they are logged and decided as DBPSK.
     static std::uint32_t dpsk_demod_bit(float phase, lib_dma_dpsk_modulation_type_t format);
-    /// @param value  normalised deviation, -1 to 1
+    /// @param value  normalised deviation, -1 to 1. 32 and 64 tones are logged and decided as two.
     static std::uint32_t fsk_demod_bit(float value, lib_dma_fsk_modulation_type_t format);
+    /// @param point  at the level of the default set at rms 1; its amplitude decides
     static std::uint32_t ask_demod_bit(std::complex<float> point, lib_dma_ask_modulation_type_t format);
+    /// @param point  at the level of the default set at rms 1
+    /// @return key of the nearest point of the default set
     static std::uint32_t qam_demod_bit(std::complex<float> point, lib_dma_qam_modulation_type_t format);
+    /// @param point  at the level at which ring 1 has radius 1
+    /// @param r2, r3  radii of rings 2 and 3 at that level; 16APSK has no ring 3
+    /// @return key of the point in the sets that are not in broadcast order, with rings that are not turned; 0 for an unknown
+    ///         format, which is logged
     static std::uint32_t apsk_demod_bit(std::complex<float> point, lib_dma_apsk_modulation_type_t format, float r2, float r3);
+    /// Amplitude of the corner of the square around the set, from the table's grid unit.
     static float qam_get_max_mag(lib_dma_qam_modulation_type_t format);
+    /// @param point  at the level of the default set at rms 1
+    /// @return row * side + column of the nearest point in the square around the set, rows rising with the quadrature part,
+    ///         columns with the in-phase part
     static std::uint32_t qam_idx(std::complex<float> point, lib_dma_qam_modulation_type_t format);
 
     /// Real and imaginary parts apart.
@@ -225,14 +244,19 @@ public:
     static bool rms_normalize(constellation_map& map);
     /// Scales the points to a largest amplitude of 1. @return false, after a report, for an empty map
     static bool amplitude_max_normalize(constellation_map& map);
+    /// An unknown format, the broadcast ones included, is logged and gives the figures of 16QAM.
     static qam_norm_t qam_get_norm_param(lib_dma_qam_modulation_type_t format);
+    /// An unknown format is logged and gives zeros.
     static apsk_norm_t apsk_get_norm_param(lib_dma_apsk_modulation_type_t format, float radius_ratio);
 
     // IQ text files (lib_dma_phy_common_file.cpp)
 
-    /// Reads pairs of numbers, I then Q, until the end; 1e-11 is added to both parts. A file that cannot be opened is logged.
+    // `samples` is emptied first, and stays empty when the file cannot be read, which is logged. The decimal sign is the point
+    // whatever the locale. A last pair counts with or without a line end behind it, a last single number does not.
+
+    /// Reads pairs of numbers, I then Q, until the end or until something that is no number; 1e-11 is added to both parts.
     static void get_test_demod_data(const char* file_name, complex_array& samples);
-    /// Reads words in pairs, I then Q, until the end.
+    /// Reads words in pairs, I then Q, until the end. A word is the number that it starts with, 0 when there is none.
     static void input_data2_complex_arr(const char* file_name, complex_array& samples);
 };
 
