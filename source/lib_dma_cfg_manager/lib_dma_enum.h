@@ -1,6 +1,10 @@
 #pragma once
 
+#include "dma_export.h"
+
 #include <cstdint>
+#include <span>
+#include <string_view>
 
 /// Every enumeration of the configuration and of the driver. The numeric values are part of the interface, gaps included:
 /// files keep them and tables use the values of several as counts.
@@ -261,4 +265,96 @@ enum lib_dma_main_process_state_t : std::uint32_t
     LIB_DMA_PROCESS_SUSPEND = 3,
 };
 
+/// An enumerator with its text, which is its own name.
+template <typename enum_t>
+struct enum_entry_t
+{
+    enum_t value;
+    std::string_view text;
+};
+
+/// Every enumerator of a type, rising in value.
+template <typename enum_t>
+std::span<const enum_entry_t<enum_t>> get_enum_entries() = delete;
+
+template <>
+DMA_DEMOD_EXPORT std::span<const enum_entry_t<lib_dma_modulation_type_t>> get_enum_entries();
+template <>
+DMA_DEMOD_EXPORT std::span<const enum_entry_t<lib_dma_psk_modulation_type_t>> get_enum_entries();
+template <>
+DMA_DEMOD_EXPORT std::span<const enum_entry_t<lib_dma_qam_modulation_type_t>> get_enum_entries();
+template <>
+DMA_DEMOD_EXPORT std::span<const enum_entry_t<lib_dma_fsk_modulation_type_t>> get_enum_entries();
+template <>
+DMA_DEMOD_EXPORT std::span<const enum_entry_t<lib_dma_msk_modulation_type_t>> get_enum_entries();
+template <>
+DMA_DEMOD_EXPORT std::span<const enum_entry_t<lib_dma_ask_modulation_type_t>> get_enum_entries();
+template <>
+DMA_DEMOD_EXPORT std::span<const enum_entry_t<lib_dma_apsk_modulation_type_t>> get_enum_entries();
+template <>
+DMA_DEMOD_EXPORT std::span<const enum_entry_t<lib_dma_dpsk_modulation_type_t>> get_enum_entries();
+template <>
+DMA_DEMOD_EXPORT std::span<const enum_entry_t<lib_dma_oqpsk_modulation_type_t>> get_enum_entries();
+template <>
+DMA_DEMOD_EXPORT std::span<const enum_entry_t<lib_dma_vsb_modulation_type_t>> get_enum_entries();
+template <>
+DMA_DEMOD_EXPORT std::span<const enum_entry_t<lib_dma_custom_modulation_type_t>> get_enum_entries();
+template <>
+DMA_DEMOD_EXPORT std::span<const enum_entry_t<lib_dma_other_modulation_type_t>> get_enum_entries();
+template <>
+DMA_DEMOD_EXPORT std::span<const enum_entry_t<lib_dma_cpm_index_type_t>> get_enum_entries();
+template <>
+DMA_DEMOD_EXPORT std::span<const enum_entry_t<lib_dma_fsk_deviation_type_t>> get_enum_entries();
+template <>
+DMA_DEMOD_EXPORT std::span<const enum_entry_t<lib_dma_point_per_symbol_type_t>> get_enum_entries();
+template <>
+DMA_DEMOD_EXPORT std::span<const enum_entry_t<lib_dma_filter_group_type_t>> get_enum_entries();
+template <>
+DMA_DEMOD_EXPORT std::span<const enum_entry_t<lib_dma_meas_filter_type_t>> get_enum_entries();
+template <>
+DMA_DEMOD_EXPORT std::span<const enum_entry_t<lib_dma_ref_filter_type_t>> get_enum_entries();
+template <>
+DMA_DEMOD_EXPORT std::span<const enum_entry_t<lib_dma_user_define_filter_type_t>> get_enum_entries();
+template <>
+DMA_DEMOD_EXPORT std::span<const enum_entry_t<lib_dma_fft_window_type_t>> get_enum_entries();
+template <>
+DMA_DEMOD_EXPORT std::span<const enum_entry_t<lib_dma_spectrum_type_t>> get_enum_entries();
+template <>
+DMA_DEMOD_EXPORT std::span<const enum_entry_t<lib_dma_evm_normalize_type_t>> get_enum_entries();
+template <>
+DMA_DEMOD_EXPORT std::span<const enum_entry_t<lib_dma_meas_offset_ref_t>> get_enum_entries();
+template <>
+DMA_DEMOD_EXPORT std::span<const enum_entry_t<lib_dma_sync_pattern_t>> get_enum_entries();
+template <>
+DMA_DEMOD_EXPORT std::span<const enum_entry_t<lib_dma_payload_data_type_t>> get_enum_entries();
+template <>
+DMA_DEMOD_EXPORT std::span<const enum_entry_t<lib_dma_main_process_state_t>> get_enum_entries();
+
+/// @return the enumerator's name, empty for a value without one
+template <typename enum_t>
+std::string_view get_enum_text(enum_t value)
+{
+    for (const enum_entry_t<enum_t>& entry : get_enum_entries<enum_t>())
+    {
+        if (entry.value == value)
+            return entry.text;
+    }
+    return {};
+}
+
+/// @param[out] value  written only when the text is an enumerator's name
+/// @return false for any other text
+template <typename enum_t>
+bool get_enum_value(std::string_view text, enum_t& value)
+{
+    for (const enum_entry_t<enum_t>& entry : get_enum_entries<enum_t>())
+    {
+        if (entry.text == text)
+        {
+            value = entry.value;
+            return true;
+        }
+    }
+    return false;
+}
 } // namespace vrim::dma_demod_lib
