@@ -19,11 +19,14 @@ public:
     /// @return false, and no bits, when any other character stands in the text
     static bool string_to_bit_list(const std::string& text, byte_array& bits);
 
+    /// Decimal numbers with commas between them.
     static bool index_list_to_string(const std::vector<std::int32_t>& indices, std::string& text);
+    /// Blanks around the numbers are passed over; a blank text is an empty list.
     /// @param[out] error_text  why the text is bad, empty otherwise
     /// @return false, and no indices, when the text is bad
     static bool string_to_index_list(const std::string& text, std::vector<std::int32_t>& indices, std::string& error_text);
 
+    /// Points as "re,im" with semicolons between them, in as many digits as bring back the same values.
     static bool complex_list_to_string(const complex_array& points, std::string& text);
     /// @return false, and no points, when the text is bad
     static bool string_to_complex_list(const std::string& text, complex_array& points);

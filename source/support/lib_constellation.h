@@ -13,7 +13,8 @@ constexpr lib_constellation_normalize_type_t constellation_normalize_rms = 0;
 constexpr lib_constellation_normalize_type_t constellation_normalize_none = 1;
 constexpr lib_constellation_normalize_type_t constellation_normalize_max = 2;
 
-/// What the generators share: checks on a map of points.
+/// What the generators share: checks on a map of points. Every generator empties the map first, makes the keys 0 to points - 1
+/// and leaves the map empty for a count of points that it does not know. `flag` is not used by any of them.
 class DMA_DEMOD_EXPORT lib_constellation_base_t
 {
 public:
@@ -25,10 +26,14 @@ public:
 class DMA_DEMOD_EXPORT lib_constellation_qam_t
 {
 public:
-    /// Fills `map` with `points` states, scaled by `normalize_type`.
+    /// Fills `map` with `points` states, scaled by `normalize_type`; unscaled points have odd integers as parts.
+    ///
+    /// The high half of a key's bits (the larger half of an odd count) is the Gray code of the column, rising with the in-phase
+    /// part, the low half that of the row, rising with the quadrature part. Cross formats fold the outer columns of a rectangle
+    /// twice as wide as high onto its top and bottom.
+    /// Source: J. G. Smith, "Odd-bit quadrature amplitude-shift keying", IEEE Trans. Commun. 23(3), 1975.
     /// @param points  4, 16, 64, 256, 1024, 4096 (square), or 32, 128, 512, 2048 (cross: a square of 6, 12, 24, 48 points a
-    ///                side without corners of 1, 2, 4, 8 points a side); any other count leaves the map empty
-    /// @param flag    not used
+    ///                side without corners of 1, 2, 4, 8 points a side)
     static void generate_default_qam_constellation(std::uint32_t points, constellation_map& map, bool flag,
                                                    lib_constellation_normalize_type_t normalize_type);
 };
@@ -57,7 +62,7 @@ class DMA_DEMOD_EXPORT lib_constellation_fsk_t
 {
 public:
     /// Keys in the order in which `fsk_demod_bit` gives them: the lower half of the tones rising from -1, the upper half
-    /// falling from +1.
+    /// falling from +1. Any even count of points.
     static void generate_default_fsk_constellation(std::uint32_t points, constellation_map& map, bool flag);
 };
 
@@ -65,7 +70,8 @@ public:
 class DMA_DEMOD_EXPORT lib_constellation_dpsk_t
 {
 public:
-    /// Keys in the order in which `dpsk_demod_bit` gives them.
+    /// Keys in the order in which `dpsk_demod_bit` gives them: for two points 1 at angle 0 and 0 at half a turn, for 4, 8, 16 and
+    /// higher powers of two rising from key 0 at angle 0.
     static void generate_default_dpsk_constellation(std::uint32_t points, constellation_map& map, bool flag);
 };
 } // namespace vrim::common_lib

@@ -21,11 +21,14 @@ public:
     /// With true the polynomial of `set_prbs_primitive_polynomial` takes the place of the type's own.
     void set_custom_primitive_polynomial_enable(bool flag);
     void set_sequence_output_position(lib_prbs_sequence_output_position_type_t position);
-    /// @param taps  exponents of the polynomial, the largest being the register's length (at most 64)
+    /// @param taps  exponents of the polynomial in any order, the largest being the register's length (at most 64). The constant
+    ///              term may stand among them as 0.
     void set_prbs_primitive_polynomial(const std::vector<std::uint32_t>& taps);
     /// @param seed  start value of the register; bits outside the register are dropped, and a value of 0 that is left is
     ///              taken as all ones, since the register would stand still
     void set_prbs_seed(std::uint64_t seed);
+    /// The register's start value comes out first, its highest bit first; each further bit is the sum of those that lie as many
+    /// places back as the taps say.
     /// @param length        count of bits
     /// @param[out] pattern  `length` bits, one a byte
     /// @return false, and an empty pattern, without a usable polynomial
