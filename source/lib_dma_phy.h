@@ -79,6 +79,12 @@ public:
     bool cal_first_segment_demod_info(complex_array block, lib_dma_demod_config_mgr& config, std::uint32_t& demod_data_len,
                                       std::int32_t& pulse_center_sym, std::int32_t& pre_sym, std::uint32_t segment_index);
 
+    // Input conditioning (lib_dma_phy_condition.cpp)
+
+    /// Mirrors the spectrum in place: transform, bins reversed and conjugated, inverse transform. Since the reversal takes
+    /// bin k to N - 1 - k, a tone comes back one bin lower than its mirror image. @return true
+    bool deal_spectrum_invert(complex_array& data);
+
     // Reference constellations (lib_dma_phy_constellation.cpp)
 
     /// Fill `map` with the ideal points of a format, scaled by `normalize_type`. An unknown format is logged and leaves the
@@ -108,8 +114,10 @@ public:
                            const lib_dma_psk_modulation_param& modulation_param, lib_dma_demod_config_mgr& config);
 
 private:
-    bool _fail(lib_dma_result_code_t code);
-    std::int32_t _process_segment(std::uint32_t segment_index, double& search_length);
+    /// Sets the state to stop. @return the code
+    std::int32_t _stop(lib_dma_result_code_t code);
+    /// Analyses one segment. @param[in,out] search_length  seconds, raised to what the segments need
+    std::int32_t _process_segment(std::uint32_t segment_index, std::uint32_t segment_number, double& search_length);
 
     lib_dma_main_process_state_t process_state_ = LIB_DMA_PROCESS_STOP;
     lib_dma_frame_configure_manager_t frame_;

@@ -1,0 +1,249 @@
+#include "lib_dma_common/lib_dma_phy_common.h"
+
+#include "support/internal/complex_ops.h"
+#include "support/internal/vector_clones.h"
+#include "support/lib_common_math.h"
+#include "support/lib_common_polyfit.h"
+#include "support/log_macro.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+
+namespace vrim::dma_demod_lib
+{
+using common_lib::lib_common_math_t;
+
+namespace
+{
+constexpr float single_two_pi = 6.2831855f;
+constexpr double tolerance = 1e-12;
+
+/// A fitted line as it stands over samples: theta(i) = (i * slope) / sps + intercept, i counted from symbol 0.
+struct sample_line_t
+{
+    float slope;     ///< radians per symbol
+    float intercept; ///< radians
+    double sps;
+    double pre_num;
+};
+
+/// The product of index and slope is a single-precision one; quotient and sum are formed in double and narrowed.
+inline float cal_line_value(const sample_line_t& line, double index)
+{
+    const float position = static_cast<float>(index - line.pre_num);
+    return static_cast<float>(static_cast<double>(position * line.slope) / line.sps + static_cast<double>(line.intercept));
+}
+
+DMA_VECTOR_CLONES
+void turn_back_reduced(std::complex<float>* data, std::size_t count, sample_line_t line)
+{
+    for (std::size_t i = 0; i < count; ++i)
+    {
+        const float theta = cal_line_value(line, static_cast<double>(static_cast<std::int32_t>(i)));
+        const common_lib::sine_cosine_t turn = common_lib::sine_cosine_reduced(-static_cast<double>(theta));
+        data[i] = common_lib::complex_product(data[i], { static_cast<float>(turn.cosine), static_cast<float>(turn.sine) });
+    }
+}
+
+/// data[i] *= e^(-j theta(i)).
+void turn_back(complex_array& data, const sample_line_t& line)
+{
+    const float first = cal_line_value(line, 0.0);
+    const float last = cal_line_value(line, static_cast<double>(data.size()));
+    const bool reducible = std::abs(static_cast<double>(first)) <= common_lib::largest_reduced_angle &&
+                           std::abs(static_cast<double>(last)) <= common_lib::largest_reduced_angle;
+    if (reducible && data.size() < (std::size_t(1) << 31))
+    {
+        turn_back_reduced(data.data(), data.size(), line);
+        return;
+    }
+    for (std::size_t i = 0; i < data.size(); ++i)
+        data[i] = common_lib::complex_product(data[i], common_lib::unit_phasor(-cal_line_value(line, static_cast<double>(i))));
+}
+
+/// True when the first two symbols of MSK show that the signal stands one symbol out of its pair.
+bool is_out_of_pair(const complex_array& data, std::uint32_t pre_num)
+{
+    const double first = std::abs(static_cast<double>(lib_common_math_t::get_complex_phase(data.at(pre_num))));
+    const double second = std::abs(static_cast<double>(lib_common_math_t::get_complex_phase(data.at(std::size_t(pre_num) + 1))));
+    constexpr double quarter = common_lib::pi / 2.0;
+    return (first < quarter && second < first) || (first > quarter && second > first);
+}
+
+/// Symbols of `data` without `pre_num` samples at either end.
+complex_array take_symbols(const complex_array& data, std::uint32_t pre_num, std::uint32_t sps)
+{
+    complex_array inner;
+    lib_dma_phy_common_t::check_valid_data_size(data, pre_num, static_cast<std::uint32_t>(data.size()) - 2 * pre_num, inner);
+    complex_array symbols;
+    lib_dma_phy_common_t::downsample(inner, static_cast<float>(sps), symbols);
+    return symbols;
+}
+
+/// Offset modulation with its half symbol taken out: Q moved forward against I.
+complex_array align_rails(const complex_array& data, std::uint32_t half_symbol)
+{
+    const std::size_t count = data.size() > half_symbol ? data.size() - half_symbol : 0;
+    complex_array aligned(count);
+    for (std::size_t i = 0; i < count; ++i)
+        aligned[i] = { data[i].real(), data[i + half_symbol].imag() };
+    return aligned;
+}
+
+/// Phases between measurement and reference, folded against a half turn. The fold is lopsided: a large positive phase is
+/// mirrored, a large negative one moved.
+float_array cal_folded_phases(const complex_array& meas, const complex_array& ref)
+{
+    const std::size_t count = std::min(meas.size(), ref.size());
+    complex_array products(count);
+    for (std::size_t i = 0; i < count; ++i)
+        products[i] = common_lib::complex_product(meas[i], std::conj(ref[i]));
+    float_array phases;
+    lib_common_math_t::get_complex_array_phase(products, phases);
+    for (float& phase : phases)
+    {
+        const double a = static_cast<double>(phase);
+        if (a - common_lib::pi / 2.0 > tolerance)
+            phase = static_cast<float>(common_lib::pi - a);
+        else if (a + common_lib::pi / 2.0 < tolerance)
+            phase = static_cast<float>(a + common_lib::pi);
+    }
+    return phases;
+}
+} // namespace
+
+void lib_dma_phy_common_t::deal_fixed_phase(lib_dma_modulation_type_t format_group, const float_array& fit, std::uint32_t pre_num,
+                                            std::uint32_t sps, complex_array& data, double& phase_shift)
+{
+    phase_shift = 0.0;
+    switch (format_group)
+    {
+    case LIB_DMA_GROUP_PSK:
+    case LIB_DMA_GROUP_QAM:
+    case LIB_DMA_GROUP_MSK:
+    case LIB_DMA_GROUP_ASK:
+    case LIB_DMA_GROUP_APSK:
+    case LIB_DMA_GROUP_DPSK:
+    case LIB_DMA_GROUP_VSB:
+    case LIB_DMA_GROUP_CUSTOM_IQ:
+    case LIB_DMA_GROUP_OTHER:
+        break;
+    case LIB_DMA_GROUP_FSK:
+        return;
+    case LIB_DMA_GROUP_OQPSK:
+    default:
+        DMA_LOG_ERROR("lib_dma_phy_common_t::deal_fixed_phase error!\n");
+        return;
+    }
+
+    const sample_line_t line = { fit.at(0), fit.at(1), static_cast<double>(sps), static_cast<double>(pre_num) };
+    if (std::isfinite(line.sps + static_cast<double>(line.intercept)))
+        turn_back(data, line);
+
+    if (format_group == LIB_DMA_GROUP_MSK && is_out_of_pair(data, pre_num))
+    {
+        phase_shift = 2.0 * static_cast<double>(sps);
+        data.erase(data.begin(), data.begin() + static_cast<std::ptrdiff_t>(std::min<std::size_t>(sps, data.size())));
+    }
+}
+
+void lib_dma_phy_common_t::deal_fine_phase_fit(lib_dma_modulation_type_t format_group, complex_array& meas, const complex_array& ref,
+                                               double& fine_frequency, std::uint64_t symbol_rate, std::uint32_t pre_num,
+                                               std::uint32_t sps)
+{
+    complex_array meas_symbols;
+    complex_array ref_symbols;
+    if (format_group == LIB_DMA_GROUP_OQPSK)
+    {
+        const std::uint32_t half_symbol = sps / 2;
+        meas_symbols = take_symbols(align_rails(meas, half_symbol), pre_num, sps);
+        const std::size_t kept = ref.size() > half_symbol ? ref.size() - half_symbol : 0;
+        ref_symbols = take_symbols(complex_array(ref.begin(), ref.begin() + static_cast<std::ptrdiff_t>(kept)), pre_num, sps);
+    }
+    else
+    {
+        meas_symbols = take_symbols(meas, pre_num, sps);
+        ref_symbols = take_symbols(ref, pre_num, sps);
+    }
+
+    const float_array phases = cal_folded_phases(meas_symbols, ref_symbols);
+    float_array positions(phases.size());
+    for (std::size_t i = 0; i < positions.size(); ++i)
+        positions[i] = static_cast<float>(i);
+    float_array fit;
+    if (!common_lib::lib_dma_common_polyfit_t::deal_polyfit(positions, phases, 1, fit))
+    {
+        DMA_LOG_ERROR("warning deal_fine_phase_fit::deal_polyfit:error!\n");
+        return;
+    }
+
+    float_array steps;
+    for (std::size_t i = 0; i + 1 < positions.size(); ++i)
+        steps.push_back((positions[i + 1] * fit[0] + fit[1]) - (positions[i] * fit[0] + fit[1]));
+    const float mean_step = lib_common_math_t::get_average_value(steps);
+    fine_frequency = static_cast<double>(static_cast<float>(symbol_rate) * mean_step) / common_lib::two_pi;
+
+    turn_back(meas, { fit[0], fit[1], static_cast<double>(sps), static_cast<double>(pre_num) });
+}
+
+float lib_dma_phy_common_t::wrap_to_pi(float angle)
+{
+    if (!std::isfinite(angle))
+        return 0.0f;
+    double wrapped = std::fmod(static_cast<double>(angle), common_lib::two_pi);
+    if (wrapped > common_lib::pi)
+        wrapped -= common_lib::two_pi;
+    else if (wrapped <= -common_lib::pi)
+        wrapped += common_lib::two_pi;
+    return static_cast<float>(wrapped);
+}
+
+void lib_dma_phy_common_t::phase_unwrap(float_array& phases)
+{
+    double turns = 0.0;
+    float previous = phases.empty() ? 0.0f : phases.front();
+    for (std::size_t k = 1; k < phases.size(); ++k)
+    {
+        const float difference = phases[k] - previous;
+        previous = phases[k];
+        if (!(std::abs(static_cast<double>(difference)) - common_lib::pi < tolerance))
+        {
+            double v = static_cast<double>(difference / single_two_pi);
+            // Halves go to the neighbour on the side they came from, so that an exact half turn adds none.
+            if (v < tolerance)
+            {
+                if (std::abs(v - std::ceil(v)) - 0.5 < tolerance)
+                    v = std::ceil(v);
+            }
+            else if (std::abs(v - std::floor(v)) - 0.5 < tolerance)
+            {
+                v = std::floor(v);
+            }
+            if (std::isfinite(v))
+                turns += std::round(v);
+        }
+        phases[k] = static_cast<float>(static_cast<double>(phases[k]) - turns * common_lib::two_pi);
+    }
+}
+
+float_array lib_dma_phy_common_t::phase_unwrap(const complex_array& symbols, bool refine, float step_tolerance)
+{
+    float_array phases;
+    lib_common_math_t::get_complex_array_phase(symbols, phases);
+    if (!refine)
+        return phases;
+    for (int pass = 0; pass < 2; ++pass)
+    {
+        for (std::size_t k = 1; k < phases.size(); ++k)
+        {
+            const float difference = phases[k] - phases[k - 1];
+            if (difference > step_tolerance)
+                phases[k] -= single_two_pi;
+            else if (difference < -step_tolerance)
+                phases[k] += single_two_pi;
+        }
+    }
+    return phases;
+}
+} // namespace vrim::dma_demod_lib

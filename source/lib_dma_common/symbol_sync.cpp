@@ -1,0 +1,322 @@
+#include "lib_dma_common/symbol_sync.h"
+
+#include "lib_dma_common/plain_array.h"
+#include "support/internal/complex_ops.h"
+#include "support/internal/fir_kernel.h"
+#include "support/internal/vector_clones.h"
+#include "support/lib_test.h"
+#include "support/log_macro.h"
+#include "support/trace_output.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstddef>
+
+namespace vrim::dma_demod_lib
+{
+namespace
+{
+using common_lib::two_pi;
+
+/// A record without signal still has to give a phase.
+constexpr std::complex<float> padding(1e-11f, 1e-11f);
+constexpr double largest_unit_word = 4294967296.0; // 2^32
+
+/// amplitude^2 e^(j angle) of one block: the angle depends on the place in the block alone, so its phasors are a table.
+DMA_VECTOR_CLONES
+void fill_block(const std::complex<float>* data, const std::complex<float>* phasors, std::size_t count, std::complex<float>* out)
+{
+    for (std::size_t k = 0; k < count; ++k)
+    {
+        const double re = static_cast<double>(data[k].real());
+        const double im = static_cast<double>(data[k].imag());
+        const double amplitude = static_cast<double>(static_cast<float>(std::sqrt(re * re + im * im)));
+        const float power = static_cast<float>(amplitude * amplitude);
+        out[k] = { phasors[k].real() * power, phasors[k].imag() * power };
+    }
+}
+
+/// Fraction and whole part of a timing offset.
+struct sample_delay_t
+{
+    double fraction; ///< 0 to 1
+    std::uint32_t whole;
+};
+
+void unwrap_cycles(double_array& phases)
+{
+    for (std::size_t i = 0; i + 1 < phases.size(); ++i)
+    {
+        const double difference = phases[i + 1] - phases[i];
+        if (difference > 0.5)
+            phases[i + 1] -= 1.0;
+        else if (difference < -0.5)
+            phases[i + 1] += 1.0;
+    }
+}
+} // namespace
+
+symbol_timing_recovery_plan::symbol_timing_recovery_plan()
+{
+    init();
+}
+
+template <typename value_t>
+void symbol_timing_recovery_plan::_set(value_t& field, value_t value)
+{
+    if (field == value)
+        return;
+    field = value;
+    update_flag_ = true;
+}
+
+void symbol_timing_recovery_plan::set_sps(std::uint32_t value)
+{
+    _set(sps_, value);
+}
+
+void symbol_timing_recovery_plan::set_syn_sym_num(std::uint32_t value)
+{
+    _set(syn_sym_num_, value);
+}
+
+void symbol_timing_recovery_plan::set_interp_order(std::uint32_t value)
+{
+    _set(interp_order_, value);
+}
+
+void symbol_timing_recovery_plan::set_interp_factor(std::uint32_t value)
+{
+    _set(interp_factor_, value);
+}
+
+void symbol_timing_recovery_plan::set_pre_num(std::uint32_t value)
+{
+    _set(pre_num_, value);
+}
+
+void symbol_timing_recovery_plan::set_clock_adjust(float value)
+{
+    _set(clock_adjust_, value);
+}
+
+void symbol_timing_recovery_plan::update()
+{
+    update_flag_ = true;
+}
+
+void symbol_timing_recovery_plan::init()
+{
+    clear();
+    const std::size_t block = static_cast<std::size_t>(sps_) * syn_sym_num_;
+    cos_table_.reserve(block);
+    sin_table_.reserve(block);
+    for (std::size_t i = 0; i < block; ++i)
+    {
+        const double angle = two_pi * static_cast<double>(i) / static_cast<double>(sps_);
+        cos_table_.push_back(std::cos(angle));
+        sin_table_.push_back(-std::sin(angle));
+    }
+    filter_taps_.assign(interp_order_, 0.0);
+    update_flag_ = true;
+}
+
+void symbol_timing_recovery_plan::clear()
+{
+    cos_table_ = {};
+    sin_table_ = {};
+    filter_taps_ = {};
+    block_phase_ = {};
+    raw_data_ = {};
+}
+
+bool symbol_timing_recovery_plan::_cut_to_estimation_range(complex_array& input) const
+{
+    const std::uint32_t size = static_cast<std::uint32_t>(input.size());
+    const std::uint32_t inner = size - 2 * pre_num_; // wraps when the margins overlap: then nothing is cut
+    if (pre_num_ < size && pre_num_ + inner <= size && inner <= size)
+    {
+        input.erase(input.begin() + static_cast<std::ptrdiff_t>(pre_num_) + static_cast<std::ptrdiff_t>(inner), input.end());
+        input.erase(input.begin(), input.begin() + static_cast<std::ptrdiff_t>(pre_num_));
+    }
+    const std::size_t block = static_cast<std::size_t>(syn_sym_num_) * sps_;
+    if (input.size() >= block)
+        return true;
+    input.resize(block, padding);
+    return false;
+}
+
+double symbol_timing_recovery_plan::_cal_mean_phase(const complex_array& data)
+{
+    const std::size_t block = static_cast<std::size_t>(syn_sym_num_) * sps_;
+    block_phase_.clear();
+    if (block == 0)
+        return 0.0;
+    complex_array phasors(block);
+    for (std::size_t k = 0; k < block; ++k)
+    {
+        const double angle = static_cast<double>(static_cast<float>(k)) * -2.0 * common_lib::pi / static_cast<double>(static_cast<float>(sps_));
+        phasors[k] = common_lib::unit_phasor(static_cast<float>(angle));
+    }
+    complex_array line(block);
+    for (std::size_t start = 0; start + block <= data.size(); start += block)
+    {
+        fill_block(data.data() + start, phasors.data(), block, line.data());
+        double re = 0.0;
+        double im = 0.0;
+        for (const std::complex<float>& value : line)
+        {
+            re += static_cast<double>(value.real());
+            im += static_cast<double>(value.imag());
+        }
+        block_phase_.push_back(-std::atan2(im, re) / two_pi);
+    }
+    unwrap_cycles(block_phase_);
+    double sum = 0.0;
+    for (const double phase : block_phase_)
+        sum += phase;
+    return sum / static_cast<double>(block_phase_.size());
+}
+
+bool symbol_timing_recovery_plan::symbol_timing_recovery_old(complex_array& input, complex_array& output, std::uint32_t& int_delay)
+{
+    std::int64_t start_time = common_lib::lib_test_t::get_current_time();
+    raw_data_ = input;
+    if (!_cut_to_estimation_range(input))
+        DMA_LOG_ERROR("error: symbol_timing_recovery1: input data too less!\n");
+
+    const double mean = _cal_mean_phase(input);
+    const float x = static_cast<float>((mean - static_cast<double>(clock_adjust_)) * static_cast<double>(sps_));
+    float fraction = static_cast<double>(x) <= 1e-12 ? x - std::ceil(x) : x - std::floor(x);
+    // For a tiny negative offset this comes out as exactly 1; the whole part below is one less then, and the two agree.
+    if (fraction < 0.0f)
+        fraction += 1.0f;
+    DMA_LOG_INFO("phase average:%.6f,bin_delay:%.6f.\n", mean, x);
+    common_log::print_trace_time("symbol_timing_recovery1 cal pm time: ", start_time);
+
+    start_time = common_lib::lib_test_t::get_current_time();
+    sinc_fractional_delay_filter_design(static_cast<double>(fraction), interp_order_, filter_taps_);
+    sinc_fractional_delay(interp_order_, filter_taps_, raw_data_, output);
+    common_log::print_trace_time("symbol_timing_recovery1 sinc_fractional_delay time: ", start_time);
+
+    const float whole = std::floor(x);
+    const float delay = whole > 0.0f ? whole : static_cast<float>(sps_) - std::abs(whole);
+    int_delay = delay > 0.0f && std::isfinite(delay) ? static_cast<std::uint32_t>(delay) : 0;
+    return true;
+}
+
+bool symbol_timing_recovery_plan::symbol_timing_recovery_new(complex_array& input, complex_array& output, std::uint32_t& int_delay)
+{
+    constexpr std::uint64_t word_bits = 32;
+    std::int64_t start_time = common_lib::lib_test_t::get_current_time();
+    raw_data_ = input;
+    if (!_cut_to_estimation_range(input))
+        DMA_LOG_ERROR("error: symbol_timing_recovery_plan::symbol_timing_recovery: input data too less!\n");
+
+    const double mean = _cal_mean_phase(input);
+    const double x = static_cast<double>(sps_) * mean;
+    double fraction = x < 1e-12 ? x - std::ceil(x) : x - std::floor(x);
+    if (fraction < 0.0)
+        fraction += 1.0;
+    DMA_LOG_INFO("phase average:%.6f,delay:%.6f.\n", mean, x);
+    common_log::print_trace_time("symbol_timing_recovery cal pm time: ", start_time);
+
+    start_time = common_lib::lib_test_t::get_current_time();
+    const double word = std::round(fraction * largest_unit_word);
+    sinc_fractional_delay(interp_order_, interp_factor_, word_bits, std::isfinite(word) ? static_cast<std::uint64_t>(word) : 0, raw_data_,
+                          output);
+    common_log::print_trace_time("symbol_timing_recovery sinc_fractional_delay time: ", start_time);
+
+    const double whole = std::floor(x);
+    const double delay = whole > 0.0 ? whole : static_cast<double>(sps_) - std::abs(whole);
+    // Whatever is stored stays within the range of the type; below 0 it counts as 0.
+    int_delay = delay > 0.0 && std::isfinite(delay) ? static_cast<std::uint32_t>(delay) : 0;
+    return true;
+}
+
+void symbol_timing_recovery_plan::sinc_fractional_delay_filter_design(double delay, std::uint32_t order, double_array& taps)
+{
+    constexpr double four_pi = 12.566370614359172;
+    constexpr double six_pi = 18.84955592153876;
+    const double centre = static_cast<double>(order / 2) - 1.0;
+    const double length = static_cast<double>(order);
+    taps.assign(order, 0.0);
+    for (std::uint32_t i = 0; i < order; ++i)
+    {
+        const double n = static_cast<double>(i);
+        const double s = static_cast<double>(sinc(static_cast<float>(delay - n + centre)));
+        const double t = n + (1.0 - delay);
+        const double w = 0.35875 - 0.48829 * std::cos(two_pi * t / length) + 0.14128 * std::cos(four_pi * t / length) -
+                         0.01168 * std::cos(six_pi * t / length);
+        taps[i] = w * s;
+    }
+}
+
+void symbol_timing_recovery_plan::sinc_fractional_delay_filter_design(std::uint64_t delay_word, std::uint64_t bits,
+                                                                      std::uint32_t order, double_array& taps)
+{
+    const double delay = std::ldexp(static_cast<double>(delay_word), -static_cast<int>(std::min<std::uint64_t>(bits, 1024)));
+    sinc_fractional_delay_filter_design(delay, order, taps);
+}
+
+void symbol_timing_recovery_plan::sinc_fractional_delay(std::uint32_t order, const double_array& taps, complex_array& input,
+                                                        complex_array& output)
+{
+    const std::size_t size = input.size();
+    const std::size_t front = order < 2 ? 0 : order / 2 - 1;
+    const std::size_t back = order / 2;
+    complex_array padded(front + size + back);
+    std::copy(input.begin(), input.end(), padded.begin() + static_cast<std::ptrdiff_t>(front));
+    input = std::move(padded);
+
+    float_array narrow(std::min<std::size_t>(taps.size(), order));
+    std::transform(taps.begin(), taps.begin() + static_cast<std::ptrdiff_t>(narrow.size()), narrow.begin(),
+                   [](double tap) { return static_cast<float>(tap); });
+    output.assign(size, { 0.0f, 0.0f });
+    // An odd order has one tap more than the padding holds samples for; it would meet a zero.
+    const std::size_t usable = std::min(narrow.size(), front + back + 1);
+    common_lib::correlate_real_taps(input.data(), narrow.data(), usable, output.data(), size);
+}
+
+void symbol_timing_recovery_plan::sinc_fractional_delay(std::uint32_t order, std::uint32_t interp_factor, std::uint64_t bits,
+                                                        std::uint64_t delay_word, complex_array& input, complex_array& output)
+{
+    constexpr std::uint64_t unit_rate_bits = 18;
+    const std::size_t size = input.size();
+    const std::size_t front = order < 2 ? 0 : order / 2 - 1;
+    complex_array padded(front + size + order / 2);
+    std::copy(input.begin(), input.end(), padded.begin() + static_cast<std::ptrdiff_t>(front));
+    input = std::move(padded);
+
+    output.clear();
+    if (interp_factor == 0 || bits > 44 || bits < unit_rate_bits)
+        return;
+    const std::uint64_t one = std::uint64_t(1) << bits;
+    const std::uint64_t step = static_cast<std::uint64_t>(interp_factor) << (bits - unit_rate_bits);
+    double_array taps;
+    std::uint64_t designed_for = ~std::uint64_t(0);
+    for (std::uint64_t position = delay_word; position / one < size + (delay_word >= one ? 1 : 0) && output.size() < size; position += step)
+    {
+        const std::uint64_t fraction = position % one;
+        const std::size_t base = static_cast<std::size_t>(position / one);
+        if (fraction != designed_for)
+        {
+            sinc_fractional_delay_filter_design(fraction, bits, order, taps);
+            designed_for = fraction;
+        }
+        std::complex<float> sum(0.0f, 0.0f);
+        for (std::size_t i = 0; i < taps.size() && base + i < input.size(); ++i)
+            sum += static_cast<float>(taps[i]) * input[base + i];
+        output.push_back(sum);
+    }
+}
+
+std::uint32_t symbol_timing_recovery_plan::cal_timing_recovery_fix_int_delay(std::uint32_t order)
+{
+    constexpr std::uint32_t first_order = 4;
+    constexpr std::array<std::uint32_t, 13> delays = { 1, 0, 5, 0, 1, 0, 3, 0, 5, 0, 7, 0, 9 };
+    const std::uint32_t index = order - first_order;
+    return order >= first_order && index < delays.size() ? delays[index] : 0;
+}
+} // namespace vrim::dma_demod_lib

@@ -1,0 +1,526 @@
+#include "lib_dma_demod/lib_dma_psk_demod.h"
+
+#include "lib_dma_common/lib_dma_phy_common.h"
+#include "lib_dma_common/lib_dma_phy_frequency_correct.h"
+#include "lib_dma_demod/stage/carrier_track.h"
+#include "lib_dma_demod/stage/demod_settings.h"
+#include "lib_dma_demod/stage/error_figures.h"
+#include "lib_dma_demod/stage/meas_filter.h"
+#include "lib_dma_demod/stage/reference.h"
+#include "lib_dma_demod/stage/result_position.h"
+#include "lib_dma_demod/stage/symbol_decision.h"
+#include "lib_dma_demod/stage/symbol_timing.h"
+#include "lib_dma_demod/stage/sync_window.h"
+#include "support/internal/complex_ops.h"
+#include "support/lib_common_math.h"
+#include "support/lib_constellation.h"
+#include "support/lib_test.h"
+#include "support/log_macro.h"
+#include "support/trace_output.h"
+
+#include <array>
+#include <cmath>
+#include <cstddef>
+#include <fmt/format.h>
+#include <utility>
+
+namespace vrim::dma_demod_lib
+{
+using common_lib::complex_product;
+using common_lib::lib_common_math_t;
+using common_lib::lib_test_t;
+using common_lib::unit_phasor;
+
+namespace
+{
+constexpr float single_pi = 3.14159274f;
+// Mean distance to the decided points, at unit rms, below which the carrier loop counts as locked.
+constexpr float lock_level = 0.7f;
+constexpr std::uint32_t timing_block_symbols = 64;
+// Half the way to the neighbouring point of 8PSK, sin(pi / 8).
+constexpr float quadrature_threshold = 0.38268343f;
+constexpr float quarter_pi = 0.7853982f;
+
+/// Fixed turn of a format, radians per symbol; 0 for the formats that stand still.
+double cal_psk_symbol_step(lib_dma_psk_modulation_type_t format)
+{
+    constexpr double step_3pi_4 = 2.35619449019;
+    constexpr double step_3pi_8 = 1.1780972451;
+    switch (format)
+    {
+    case LIB_DMA_MODULATION_PSK_3PI_4_QPSK:
+        return step_3pi_4;
+    case LIB_DMA_MODULATION_PSK_3PI_8_PSK:
+        return step_3pi_8;
+    default:
+        return 0.0;
+    }
+}
+
+/// The same turn where a reference is built from it.
+double cal_psk_reference_step(lib_dma_psk_modulation_type_t format)
+{
+    switch (format)
+    {
+    case LIB_DMA_MODULATION_PSK_3PI_4_QPSK:
+        return 3.0 * common_lib::pi / 4.0;
+    case LIB_DMA_MODULATION_PSK_3PI_8_PSK:
+        return 3.0 * common_lib::pi / 8.0;
+    default:
+        return 0.0;
+    }
+}
+
+std::complex<float> complex_quotient(std::complex<float> a, std::complex<float> b)
+{
+    const float power = b.real() * b.real() + b.imag() * b.imag();
+    const std::complex<float> product = complex_product(a, std::conj(b));
+    return { product.real() / power, product.imag() / power };
+}
+
+/// Points e^(j k 2 pi / M) of the sector that an angle lies in.
+/// @param half_sectors  upper borders of the sectors 0, 1, ... in radians; the sectors below 0 mirror them
+template <std::size_t border_count>
+std::complex<float> slice_sector(std::complex<float> point, float rotation, const std::array<float, border_count>& half_sectors,
+                                 float sector)
+{
+    const float angle = lib_common_math_t::get_complex_phase(point);
+    const std::complex<float> turn = unit_phasor(rotation);
+    for (std::size_t k = 0; k < border_count; ++k)
+    {
+        if (k == 0 ? angle > -half_sectors[0] && angle <= half_sectors[0] : angle > half_sectors[k - 1] && angle <= half_sectors[k])
+            return complex_product(unit_phasor(static_cast<float>(k) * sector), turn);
+        if (k > 0 && angle > -half_sectors[k] && angle <= -half_sectors[k - 1])
+            return complex_product(unit_phasor(-static_cast<float>(k) * sector), turn);
+    }
+    return complex_product(unit_phasor(single_pi), turn);
+}
+} // namespace
+
+lib_dma_psk_demod_t::lib_dma_psk_demod_t()
+{
+    init();
+}
+
+void lib_dma_psk_demod_t::init()
+{
+    setting = {}; // the defaults stand beside the members
+    work = {};
+    psk_format = psk_format_default;
+    rotation_angle_ = 0.0f;
+    judge_map.clear();
+    judge_table_.clear();
+    judge_map_made_ = false;
+    // The pulse filter stays: a kind once set serves the next run.
+}
+
+bool lib_dma_psk_demod_t::set_frame_configure(const lib_dma_frame_configure_manager_t& frame, std::uint32_t segment_index,
+                                              const lib_dma_demod_config_mgr& config)
+{
+    static_cast<lib_dma_frame_configure_manager_t&>(*this) = frame;
+    demod_stage::update_demod_setting(frame, segment_index, config, setting);
+    psk_format = frame.get_segment(segment_index).get_format_configure().get_psk_format();
+    return true;
+}
+
+bool lib_dma_psk_demod_t::lib_dma_psk_demod_process(std::uint32_t segment_index, const complex_array& /*raw_window*/,
+                                                    const complex_array& demod_block, lib_dma_phy_data_manager_t& data_manager,
+                                                    lib_dma_demod_config_mgr& config)
+{
+    lib_dma_psk_modulation_param& psk_param = data_manager.get_psk_modulation_param();
+    rotation_angle_ = psk_param.rotation_angle;
+    complex_array& raw_time = data_manager.get_iq_raw_time(segment_index);
+    raw_time = demod_block;
+    work.iq_data = demod_block;
+
+    if (!meas_filter_process())
+        return false;
+    if (!timing_recovery())
+        return false;
+    lib_dma_phy_common_t::downsample(work.timing_data, static_cast<float>(setting.sps), work.symbol_data);
+
+    config.carrier_frequency_offset = 0.0;
+    // The estimator would take a fixed turn per symbol for an offset; the carrier loop knows it.
+    if (cal_psk_symbol_step(psk_format) == 0.0)
+    {
+        lib_dma_phy_frequency_correct_t frequency_correct;
+        if (!frequency_correct.frequency_error_correct(*this, segment_index, work.symbol_data, config, psk_param))
+        {
+            DMA_LOG_ERROR("lib_dma_psk_demod_process::frequency_error_correct error!\n");
+            return false;
+        }
+    }
+    const double working_rate = static_cast<double>(setting.sps) * static_cast<double>(setting.symbol_rate);
+    lib_dma_phy_common_t::deal_mixer1(work.timing_data, -config.carrier_frequency_offset / working_rate, 0.0f);
+
+    float_array phase_line;
+    double residual_frequency = 0.0;
+    float_array fit_coefficients;
+    float_array phase_track;
+    if (!psk_carrier_sync(psk_param, phase_line, residual_frequency, fit_coefficients, phase_track))
+        return false;
+    raw_time.resize(static_cast<std::size_t>(setting.meas_interval) * setting.points_per_symbol);
+    common_log::print_trace_line(fmt::format("raw time data len is {}", raw_time.size()));
+
+    double phase_shift = 0.0;
+    lib_dma_phy_common_t::deal_fixed_phase(setting.format_group, fit_coefficients, setting.pre_num, setting.sps, work.timing_data,
+                                           phase_shift);
+    config.carrier_frequency_offset += residual_frequency;
+
+    if (!symbol_detect(data_manager))
+        return false;
+    if (!ref_data_generate(config))
+        return false;
+    data_manager.get_err_table(segment_index).frequency_error = static_cast<float>(config.carrier_frequency_offset);
+    DMA_LOG_INFO("Carrier Frequency Offset(Hz) = %.3f\n", config.carrier_frequency_offset);
+
+    const bool decoded = psk_decode_bit(segment_index, data_manager);
+    const bool rotated = deal_phase_rotation();
+    if (!decoded || !rotated)
+        return false;
+    const bool compared = error_cal(segment_index, data_manager);
+    const bool placed = cal_demod_param(config);
+    if (!compared || !placed)
+        return false;
+    clear();
+    return true;
+}
+
+void lib_dma_psk_demod_t::clear()
+{
+    work = {};
+    judge_map.clear();
+    judge_table_.clear();
+    judge_map_made_ = false;
+    setting.const_iq_map.clear();
+}
+
+bool lib_dma_psk_demod_t::meas_filter_process()
+{
+    const demod_stage::meas_filter_result_t result = demod_stage::deal_meas_filter(
+        setting.meas_filter_type, setting.filter_length, setting.filter_alpha, setting.sps, filter_, work.iq_data);
+    if (!result.known)
+        DMA_LOG_ERROR("error!undefined filter type\n");
+    return result.succeeded;
+}
+
+bool lib_dma_psk_demod_t::timing_recovery()
+{
+    const std::int64_t start_time = lib_test_t::get_current_time();
+    demod_stage::deal_symbol_timing(work.iq_data, work.timing_data, setting.timing_start, setting.sps, setting.pre_num,
+                                    setting.clock_adjust, timing_block_symbols);
+    common_log::print_trace_time("lib_dma_psk_demod_t timing_recovery time: ", start_time);
+    return true;
+}
+
+bool lib_dma_psk_demod_t::psk_carrier_sync(const lib_dma_psk_modulation_param& psk_param, float_array& phase_line,
+                                           double& residual_frequency, float_array& fit_coefficients, float_array& phase_track)
+{
+    const auto detect = [&](std::complex<float> r, const demod_stage::carrier_error_t&) -> demod_stage::carrier_error_t {
+        const std::complex<float> d = psk_judge(psk_format, r, psk_param.rotation_angle);
+        return { lib_common_math_t::get_complex_phase(complex_quotient(r, d)), lib_common_math_t::get_complex_amplitude(r - d) };
+    };
+    phase_line.clear();
+    residual_frequency = 0.0;
+    demod_stage::deal_carrier_symbols(work.timing_data, setting.pre_num, setting.sps, work.sync_symbol);
+
+    std::int64_t start_time = lib_test_t::get_current_time();
+    demod_stage::carrier_track_t track =
+        demod_stage::cal_carrier_track(work.sync_symbol, cal_psk_symbol_step(psk_format), lock_level, detect);
+    if (!track.locked)
+        DMA_LOG_ERROR("psk_lock_phase_detect:error!\n");
+    common_log::print_trace_time("psk_carrier_sync psk_lock_phase_detect time: ", start_time);
+    const std::uint32_t locked_point = demod_stage::cal_locked_point(track);
+    common_log::print_trace_line(
+        fmt::format("psk_carrier_sync:phase_out size = {}   locked_point = {}", track.phase.size(), locked_point));
+
+    start_time = lib_test_t::get_current_time();
+    if (!demod_stage::cal_carrier_line(track, locked_point, fit_coefficients))
+    {
+        DMA_LOG_ERROR("warning lib_dma_common_polyfit_t::deal_polyfit:error!\n");
+        return false;
+    }
+    common_log::print_trace_time("psk_carrier_sync deal_polyfit time: time: ", start_time);
+
+    start_time = lib_test_t::get_current_time();
+    demod_stage::deal_phase_line(fit_coefficients, work.sync_symbol, phase_line);
+    residual_frequency = demod_stage::cal_residual_frequency(phase_line, cal_psk_symbol_step(psk_format), setting.symbol_rate);
+    common_log::print_trace_time("psk_carrier_sync adjacent_difference time: ", start_time);
+    phase_track = std::move(track.phase);
+    DMA_LOG_INFO("psk_carrier_sync freq_error(Hz) = %.3f\n", residual_frequency);
+    return true;
+}
+
+bool lib_dma_psk_demod_t::symbol_detect(lib_dma_phy_data_manager_t& data_manager)
+{
+    const float rotation = data_manager.get_psk_modulation_param().rotation_angle;
+    const auto judge = [&](std::complex<float> symbol) { return psk_judge(psk_format, symbol, rotation); };
+    demod_stage::deal_symbol_decision(work.timing_data, setting.sps, work.meas_data, work.decided_symbol, judge);
+    // Decisions were taken in the standing frame; the transmit filter saw the turning one.
+    if (const double step = cal_psk_reference_step(psk_format); step != 0.0)
+        demod_stage::deal_symbol_ramp(static_cast<float>(step), work.decided_symbol);
+    return true;
+}
+
+bool lib_dma_psk_demod_t::ref_data_generate(lib_dma_demod_config_mgr& config)
+{
+    complex_array ref;
+    complex_array taps;
+    demod_stage::deal_pulse_upsampling(setting.ref_filter_type, work.decided_symbol, setting.sps, ref);
+    if (demod_stage::generate_pulse_taps(setting.ref_filter_type, setting.filter_length, setting.filter_alpha, setting.sps, filter_, taps))
+    {
+        demod_stage::deal_pulse_shaping(taps, ref);
+        if (setting.ref_filter_type == LIB_DMA_REF_GAUSSIAN_FILTER)
+            demod_stage::deal_hold_shift(setting.sps, ref);
+        const std::uint32_t delay = demod_stage::cal_reference_delay(setting.ref_filter_type, setting.filter_length, setting.sps);
+        demod_stage::deal_reference_align(delay, work.decided_symbol.size() * setting.sps, ref);
+    }
+    // The measurement lost its turn by a continuous line, so the reference loses it continuously too.
+    if (const double step = cal_psk_reference_step(psk_format); step != 0.0)
+        demod_stage::deal_sample_ramp(step, setting.sps, ref);
+
+    if (!demod_stage::deal_level_match(ref, work.meas_data))
+    {
+        common_log::print_trace_line(fmt::format("ref_data_generate::rms_normalize Report: Data array has a too small rms: {}",
+                                                 lib_common_math_t::get_complex_array_rms(work.meas_data)));
+        return false;
+    }
+    double fine_frequency = 0.0;
+    lib_dma_phy_common_t::deal_fine_phase_fit(setting.format_group, work.meas_data, ref, fine_frequency, setting.symbol_rate,
+                                              setting.pre_num, setting.sps);
+    config.carrier_frequency_offset += fine_frequency;
+
+    demod_stage::deal_head_cut(setting.head_len, setting.sps, work.meas_data, ref);
+    work.ref_data = std::move(ref);
+    setting.meas_interval *= setting.points_per_symbol;
+    demod_stage::deal_result_rate(setting.sps, setting.points_per_symbol, work.meas_data);
+    demod_stage::deal_result_rate(setting.sps, setting.points_per_symbol, work.ref_data);
+    const std::uint32_t tail_symbols = setting.head_len / setting.sps;
+    demod_stage::take_result_symbols(work.meas_data, setting.points_per_symbol, tail_symbols, work.meas_symbol);
+    demod_stage::take_result_symbols(work.ref_data, setting.points_per_symbol, tail_symbols, work.ref_symbol);
+    return true;
+}
+
+bool lib_dma_psk_demod_t::psk_decode_bit(std::uint32_t segment_index, lib_dma_phy_data_manager_t& data_manager)
+{
+    const std::uint32_t bits_per_symbol = lib_dma_phy_common_t::get_psk_order_from_modulation(psk_format);
+    const float rotation = data_manager.get_psk_modulation_param().rotation_angle;
+    decision_table_t table;
+    table.load(setting.constellation_setting_flag ? setting.const_iq_map : judge_map);
+    // The judge's map stands in the turned frame, a user's map in that of the symbols.
+    const std::complex<float> turn = setting.constellation_setting_flag ? std::complex<float>(1.0f, 0.0f) : unit_phasor(-rotation);
+    const auto decide = [&](std::complex<float> symbol) { return table.decide_index(complex_product(symbol, turn)); };
+
+    std::vector<std::uint32_t>& decoded = data_manager.get_decode_bit(segment_index);
+    decoded.clear();
+    demod_stage::fit_sync_pattern(bits_per_symbol, setting.sync_pattern_bitarr);
+
+    demod_stage::window_t window = {};
+    window.interval = setting.meas_interval;
+    window.points_per_symbol = setting.points_per_symbol;
+    std::uint32_t bit_position = 0;
+    if (segment_index == 0 && setting.sync_search)
+    {
+        demod_stage::sync_search_t search =
+            demod_stage::deal_sync_search(work.meas_data, setting.points_per_symbol, _get_search_rotations(),
+                                          setting.sync_pattern_bitarr, bits_per_symbol, decide);
+        decoded = std::move(search.decoded);
+        if (search.found)
+        {
+            data_manager.get_sync_search_flag_vec().at(0) = true;
+            bit_position = search.bit_position;
+            // Both get the last turn only, not the sum of all tried ones; the error vector does not see it.
+            lib_dma_phy_common_t::deal_mixer1(work.meas_data, 0.0, search.rotation);
+            lib_dma_phy_common_t::deal_mixer1(work.ref_data, 0.0, search.rotation);
+        }
+        window.start = _cal_window_start(data_manager, segment_index, bits_per_symbol, bit_position);
+    }
+    else
+    {
+        decoded = demod_stage::decide_symbols(work.meas_data, setting.points_per_symbol, decide);
+    }
+    data_manager.get_decode_bit_flag_vec().at(segment_index) = true;
+
+    window.sync_symbol_index = bit_position / bits_per_symbol;
+    window.sync_found = data_manager.get_sync_search_flag_vec().at(segment_index);
+    const demod_stage::window_cut_t cut =
+        demod_stage::deal_window_cut(window, setting.sync_offset, work.meas_data, work.ref_data, decoded);
+    if (!cut.decoded_cut)
+        data_manager.get_decode_bit_flag_vec().at(segment_index) = false;
+    if (cut.offset_rejected)
+        setting.sync_offset = 0.0f;
+    if (cut.too_short)
+        DMA_LOG_ERROR("oqpsk_decode_bit:data is too short!\n");
+
+    float level = 0.0f;
+    switch (demod_stage::deal_window_scale(setting.points_per_symbol, work.meas_data, work.ref_data, level))
+    {
+    case demod_stage::window_scale_t::no_reference:
+        common_log::print_trace_line(fmt::format("psk_decode_bit::rms_normalize Report: Data array has a too small rms0: {}", level));
+        return false;
+    case demod_stage::window_scale_t::no_measurement:
+        common_log::print_trace_line(fmt::format("psk_decode_bit::rms_normalize Report: Data array has a too small rms2: {}", level));
+        return false;
+    case demod_stage::window_scale_t::done:
+        break;
+    }
+    return true;
+}
+
+std::uint32_t lib_dma_psk_demod_t::_cal_window_start(const lib_dma_phy_data_manager_t& data_manager, std::uint32_t segment_index,
+                                                     std::uint32_t bits_per_symbol, std::uint32_t& bit_position)
+{
+    if (!data_manager.get_sync_search_flag_vec().at(0))
+    {
+        const std::int32_t centre = data_manager.get_dma_demod_config_mgr(segment_index).pulse_center_sym;
+        setting.data_start += setting.points_per_symbol * static_cast<std::uint32_t>(centre);
+        DMA_LOG_ERROR("Pattern Not Found!\n");
+        bit_position = 0;
+    }
+    const std::uint32_t window_start =
+        demod_stage::cal_window_start(bit_position, bits_per_symbol, setting.sync_offset, setting.points_per_symbol);
+    setting.data_start = demod_stage::cal_window_data_start(setting.data_start, window_start, setting.symbol_rate, setting.sample_rate,
+                                                            setting.sps);
+    return window_start;
+}
+
+float_array lib_dma_psk_demod_t::_get_search_rotations() const
+{
+    switch (psk_format)
+    {
+    case LIB_DMA_MODULATION_PSK_8_PSK:
+        return lib_dma_phy_common_t::gen_target_array(0.0f, quarter_pi, 5.497787f, 1.0f);
+    case LIB_DMA_MODULATION_PSK_QPSK:
+        return lib_dma_phy_common_t::gen_target_array(0.0f, 2.0f * quarter_pi, 4.712389f, 1.0f);
+    default:
+        return lib_dma_phy_common_t::gen_target_array(0.0f, single_pi, single_pi, 1.0f);
+    }
+}
+
+bool lib_dma_psk_demod_t::deal_phase_rotation()
+{
+    const float phase = static_cast<float>(static_cast<double>(setting.iq_rotation) / 180.0 * common_lib::pi);
+    lib_dma_phy_common_t::deal_mixer1(work.meas_data, 0.0, phase);
+    lib_dma_phy_common_t::deal_mixer1(work.ref_data, 0.0, phase);
+    return true;
+}
+
+bool lib_dma_psk_demod_t::error_cal(std::uint32_t segment_index, lib_dma_phy_data_manager_t& data_manager)
+{
+    demod_stage::error_figures_t figures =
+        demod_stage::cal_error_figures(work.meas_data, work.ref_data, setting.points_per_symbol, setting.evm_normalization_ref);
+    err_table_t& err_table = data_manager.get_err_table(segment_index);
+    error_summary_t& summary = data_manager.get_error_summary(segment_index);
+    if (setting.iq_offset_flag)
+        err_table.iq_offset = lib_dma_phy_common_t::iq_offset_cal(figures.error_vector);
+
+    figures.summary.carrier_power = summary.carrier_power; // the driver's figure
+    summary = std::move(figures.summary);
+    demod_stage::print_error_figures(summary);
+    summary.ref_data = work.ref_data;
+    summary.meas_data = work.meas_data;
+    complex_array& ref_constellation = data_manager.get_iq_ref_time_constellation(segment_index);
+    complex_array& meas_constellation = data_manager.get_iq_meas_time_constellation(segment_index);
+    ref_constellation = std::move(figures.ref_points);
+    meas_constellation = std::move(figures.meas_points);
+    lib_dma_phy_common_t::filter_invalid(ref_constellation, 0.2f);
+    lib_dma_phy_common_t::filter_invalid(meas_constellation, 0.2f);
+
+    err_table.gain_imbalance = lib_dma_phy_common_t::gain_imbalance_cal(work.meas_symbol);
+    err_table.rho = lib_dma_phy_common_t::deal_corr(ref_constellation, meas_constellation, 0,
+                                                    static_cast<std::uint32_t>(meas_constellation.size()));
+    psk_error_cal(work.meas_symbol, err_table);
+    DMA_LOG_INFO("IQoffset = %.5f dB, QuadErr = %.5f deg, GainImb = %.5fdB \n", err_table.iq_offset, err_table.quad_error,
+                 err_table.gain_imbalance);
+    DMA_LOG_INFO("data_manager:brust_search_flag = %u\n", data_manager.get_brust_search_flag(segment_index));
+
+    data_manager.get_error_vector(segment_index) = std::move(figures.error_vector);
+    lib_dma_phy_common_t::float_to_complex_arr(std::move(figures.mag_error), data_manager.get_mag_error_vector(segment_index));
+    lib_dma_phy_common_t::float_to_complex_arr(std::move(figures.phase_error), data_manager.get_phase_error_vector(segment_index));
+    return true;
+}
+
+bool lib_dma_psk_demod_t::psk_error_cal(const complex_array& symbols, err_table_t& err_table)
+{
+    switch (psk_format)
+    {
+    case LIB_DMA_MODULATION_PSK_BPSK:
+        err_table.quad_error = 0.0f;
+        break;
+    case LIB_DMA_MODULATION_PSK_QPSK:
+    case LIB_DMA_MODULATION_PSK_3PI_4_QPSK:
+        err_table.quad_error = lib_dma_phy_common_t::quad_error_cal(symbols, quadrature_threshold, quarter_pi);
+        break;
+    default:
+        err_table.quad_error = lib_dma_phy_common_t::quad_error_cal(symbols, quadrature_threshold, 0.0f);
+        break;
+    }
+    return true;
+}
+
+bool lib_dma_psk_demod_t::cal_demod_param(lib_dma_demod_config_mgr& config)
+{
+    if (!demod_stage::cal_result_position(setting, config))
+        DMA_LOG_ERROR("cal_demod_param:Data Out Of Acq Rang!\n");
+    return true;
+}
+
+std::complex<float> lib_dma_psk_demod_t::psk_judge(lib_dma_psk_modulation_type_t format, std::complex<float> point, float rotation)
+{
+    if (!judge_map_made_ || judge_format_ != format || judge_rotation_ != rotation)
+        _update_judge_map(format, rotation);
+    const std::complex<float> decided = judge_table_.decide_point(complex_product(point, unit_phasor(-rotation)));
+    return complex_product(decided, unit_phasor(rotation));
+}
+
+void lib_dma_psk_demod_t::_update_judge_map(lib_dma_psk_modulation_type_t format, float rotation)
+{
+    using common_lib::lib_constellation_psk_t;
+    judge_map.clear();
+    bool turned = false;
+    switch (format)
+    {
+    case LIB_DMA_MODULATION_PSK_BPSK:
+        lib_constellation_psk_t::generate_default_psk_constellation(2, judge_map, false);
+        break;
+    case LIB_DMA_MODULATION_PSK_QPSK:
+    case LIB_DMA_MODULATION_PSK_3PI_4_QPSK:
+        lib_constellation_psk_t::generate_default_psk_constellation(4, judge_map, false);
+        turned = true;
+        break;
+    case LIB_DMA_MODULATION_PSK_8_PSK:
+        lib_constellation_psk_t::generate_default_psk_constellation(8, judge_map, false);
+        turned = true;
+        break;
+    case LIB_DMA_MODULATION_PSK_3PI_8_PSK:
+        lib_constellation_psk_t::generate_default_psk_constellation(8, judge_map, false);
+        break;
+    default:
+        DMA_LOG_END("psk_judge::psk_judge default!\n");
+        break;
+    }
+    const std::complex<float> turn = turned ? unit_phasor(-rotation) : std::complex<float>(1.0f, 0.0f);
+    for (auto& [key, symbol] : judge_map)
+        symbol = complex_product(common_lib::finite_or_zero(symbol), turn);
+    lib_dma_phy_common_t::rms_normalize(judge_map);
+    judge_table_.load(judge_map);
+    judge_format_ = format;
+    judge_rotation_ = rotation;
+    judge_map_made_ = true;
+}
+
+std::complex<float> lib_dma_psk_demod_t::psk_judge_bpsk(std::complex<float> point, float rotation, float /*spare*/)
+{
+    return slice_sector<1>(point, rotation, { single_pi / 2.0f }, single_pi);
+}
+
+std::complex<float> lib_dma_psk_demod_t::psk_judge_qpsk(std::complex<float> point, float rotation, float /*spare*/)
+{
+    return slice_sector<2>(point, rotation, { quarter_pi, 3.0f * quarter_pi }, single_pi / 2.0f);
+}
+
+std::complex<float> lib_dma_psk_demod_t::psk_judge_8psk(std::complex<float> point, float rotation, float /*spare*/)
+{
+    return slice_sector<4>(point, rotation, { 0.3926991f, 1.1780972f, 1.9634954f, 2.7488935f }, quarter_pi);
+}
+} // namespace vrim::dma_demod_lib

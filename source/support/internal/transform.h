@@ -1,0 +1,13 @@
+#pragma once
+
+#include <complex>
+#include <cstddef>
+
+/// The one place that calls the transform library. One thread each; plans of recent lengths are kept between calls.
+namespace vrim::common_lib
+{
+/// Transforms `count` adjacent rows of `length` values each, in place.
+/// @param scale  factor on the result
+void transform_rows(std::complex<float>* data, std::size_t count, std::size_t length, bool inverse, float scale);
+void transform_rows(std::complex<double>* data, std::size_t count, std::size_t length, bool inverse, double scale);
+} // namespace vrim::common_lib

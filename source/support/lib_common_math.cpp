@@ -1,0 +1,104 @@
+#include "support/lib_common_math.h"
+
+#include "support/internal/trigonometry.h"
+#include "support/internal/vector_clones.h"
+
+#include <bit>
+#include <cmath>
+#include <cstddef>
+
+namespace vrim::common_lib
+{
+namespace
+{
+DMA_VECTOR_CLONES
+void fill_amplitudes(const std::complex<float>* in, std::size_t count, float* out)
+{
+    for (std::size_t i = 0; i < count; ++i)
+    {
+        const double re = static_cast<double>(in[i].real());
+        const double im = static_cast<double>(in[i].imag());
+        out[i] = static_cast<float>(std::sqrt(re * re + im * im));
+    }
+}
+
+DMA_VECTOR_CLONES
+void fill_finite_phases(const std::complex<float>* in, std::size_t count, float* out)
+{
+    for (std::size_t i = 0; i < count; ++i)
+        out[i] = static_cast<float>(angle_of_finite(static_cast<double>(in[i].imag()), static_cast<double>(in[i].real())));
+}
+
+double sum_of_squares(const complex_array& in)
+{
+    double sum = 0.0;
+    for (const std::complex<float>& value : in)
+    {
+        const double re = static_cast<double>(value.real());
+        const double im = static_cast<double>(value.imag());
+        sum += re * re + im * im;
+    }
+    return sum;
+}
+} // namespace
+
+float lib_common_math_t::get_complex_amplitude(std::complex<float> value)
+{
+    const double re = static_cast<double>(value.real());
+    const double im = static_cast<double>(value.imag());
+    return static_cast<float>(std::sqrt(re * re + im * im));
+}
+
+float lib_common_math_t::get_complex_phase(std::complex<float> value)
+{
+    return static_cast<float>(angle_of(static_cast<double>(value.imag()), static_cast<double>(value.real())));
+}
+
+void lib_common_math_t::get_complex_array_amplitude(const complex_array& in, float_array& out)
+{
+    out.resize(in.size());
+    fill_amplitudes(in.data(), in.size(), out.data());
+}
+
+void lib_common_math_t::get_complex_array_phase(const complex_array& in, float_array& out)
+{
+    out.resize(in.size());
+    fill_finite_phases(in.data(), in.size(), out.data());
+    // Zeros, infinities and the like come out as not-a-number or plainly wrong above; they are rare enough to mend here.
+    for (std::size_t i = 0; i < in.size(); ++i)
+    {
+        if (!std::isfinite(in[i].real()) || !std::isfinite(in[i].imag()) || (in[i].real() == 0.0f && in[i].imag() == 0.0f))
+            out[i] = get_complex_phase(in[i]);
+    }
+}
+
+float lib_common_math_t::get_complex_array_rms(const complex_array& in)
+{
+    if (in.empty())
+        return 0.0f;
+    return static_cast<float>(std::sqrt(sum_of_squares(in) / static_cast<double>(in.size())));
+}
+
+float lib_common_math_t::get_data_max_amplitude(const complex_array& in)
+{
+    double largest = 0.0;
+    for (const std::complex<float>& value : in)
+    {
+        const double re = static_cast<double>(value.real());
+        const double im = static_cast<double>(value.imag());
+        const double power = re * re + im * im;
+        largest = power > largest ? power : largest;
+    }
+    return static_cast<float>(std::sqrt(largest));
+}
+
+double lib_common_math_t::amplitude_ratio_to_db_value(double value, double floor)
+{
+    return 20.0 * std::log10(value > floor ? value : floor);
+}
+
+bool lib_common_math_t::is_power_of_2(std::uint64_t n)
+{
+    return std::has_single_bit(n);
+}
+} // namespace vrim::common_lib

@@ -1,0 +1,109 @@
+#include "support/lib_resampler.h"
+
+#include "support/internal/bessel.h"
+#include "support/internal/complex_ops.h"
+#include "support/internal/fir_kernel.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <numeric>
+
+namespace vrim::common_lib
+{
+namespace
+{
+constexpr std::uint64_t half_length = 24; // samples of the lower rate
+constexpr double kaiser_beta = 9.0;
+constexpr std::uint64_t largest_factor = std::uint64_t(1) << 20;
+
+/// Low pass at the common rate with the cutoff at half the lower rate; gain `up`, since each input sample stands for itself
+/// and up - 1 zeros.
+float_array design_prototype(std::uint64_t up, std::uint64_t down)
+{
+    const double ratio = static_cast<double>(std::max(up, down));
+    const std::size_t half = static_cast<std::size_t>(half_length * std::max(up, down));
+    double_array taps(2 * half + 1);
+    const double peak = bessel_i0_of(kaiser_beta);
+    double sum = 0.0;
+    for (std::size_t i = 0; i < taps.size(); ++i)
+    {
+        const double n = static_cast<double>(i) - static_cast<double>(half);
+        const double t = n / ratio;
+        const double sinc = n == 0.0 ? 1.0 : std::sin(pi * t) / (pi * t);
+        const double x = n / static_cast<double>(half);
+        taps[i] = sinc * bessel_i0_of(kaiser_beta * std::sqrt(1.0 - x * x)) / peak;
+        sum += taps[i];
+    }
+    float_array narrow(taps.size());
+    std::transform(taps.begin(), taps.end(), narrow.begin(),
+                   [&](double tap) { return static_cast<float>(tap * static_cast<double>(up) / sum); });
+    return narrow;
+}
+} // namespace
+
+bool lib_resampler_t::deal_polyphase_resampling(const complex_array& in, complex_array& out, std::uint64_t up, std::uint64_t down,
+                                                std::uint64_t phase)
+{
+    if (up == 0 || down == 0)
+    {
+        out.clear();
+        return false;
+    }
+    const std::uint64_t divisor = std::gcd(up, down);
+    up /= divisor;
+    down /= divisor;
+    if (up > largest_factor || down > largest_factor)
+    {
+        out.clear();
+        return false;
+    }
+    const float_array taps = design_prototype(up, down);
+    const std::ptrdiff_t half = static_cast<std::ptrdiff_t>(taps.size() / 2);
+    const std::size_t count = static_cast<std::size_t>((in.size() * up + down - 1) / down);
+    complex_array result(count);
+
+    // Outputs k, k + up, k + 2 up, ... share their taps and stand `down` input samples apart. Split by input index modulo
+    // `down`, each class is a few plain correlations over adjacent samples.
+    const std::ptrdiff_t signed_up = static_cast<std::ptrdiff_t>(up);
+    const std::ptrdiff_t signed_down = static_cast<std::ptrdiff_t>(down);
+    complex_array stream;
+    complex_array part;
+    complex_array sum;
+    float_array stream_taps;
+    for (std::size_t k = 0; k < std::min<std::size_t>(count, static_cast<std::size_t>(up)); ++k)
+    {
+        const std::size_t outputs = (count - k + static_cast<std::size_t>(up) - 1) / static_cast<std::size_t>(up);
+        const std::ptrdiff_t position = static_cast<std::ptrdiff_t>(k) * signed_down + static_cast<std::ptrdiff_t>(phase);
+        // Input samples s with 0 <= position + half - s * up < taps: the oldest one, and how many.
+        const std::ptrdiff_t newest = (position + half) / signed_up;
+        const std::ptrdiff_t reach = (position + half) % signed_up;
+        const std::ptrdiff_t members = (static_cast<std::ptrdiff_t>(taps.size()) - 1 - reach) / signed_up + 1;
+        const std::ptrdiff_t oldest = newest - members + 1;
+
+        sum.assign(outputs, { 0.0f, 0.0f });
+        for (std::ptrdiff_t residue = 0; residue < std::min(signed_down, members); ++residue)
+        {
+            const std::ptrdiff_t begin = oldest + residue;
+            stream_taps.clear();
+            for (std::ptrdiff_t s = begin; s <= newest; s += signed_down)
+                stream_taps.push_back(taps[static_cast<std::size_t>(position + half - s * signed_up)]);
+            stream.assign(outputs + stream_taps.size() - 1, { 0.0f, 0.0f });
+            for (std::size_t i = 0; i < stream.size(); ++i)
+            {
+                const std::ptrdiff_t index = begin + static_cast<std::ptrdiff_t>(i) * signed_down;
+                if (index >= 0 && index < static_cast<std::ptrdiff_t>(in.size()))
+                    stream[i] = in[static_cast<std::size_t>(index)];
+            }
+            part.resize(outputs);
+            correlate_real_taps(stream.data(), stream_taps.data(), stream_taps.size(), part.data(), outputs);
+            for (std::size_t i = 0; i < outputs; ++i)
+                sum[i] += part[i];
+        }
+        for (std::size_t i = 0; i < outputs; ++i)
+            result[k + i * static_cast<std::size_t>(up)] = sum[i];
+    }
+    out = std::move(result);
+    return true;
+}
+} // namespace vrim::common_lib
