@@ -1,0 +1,67 @@
+#pragma once
+
+#include "signal_format.h"
+#include "signal_pulse.h"
+
+#include <complex>
+#include <cstdint>
+#include <limits>
+#include <vector>
+
+namespace dma_test
+{
+/// What a test signal is. The defaults give 1,000 clean QPSK symbols at 1 MHz in a capture of 4 MHz.
+///
+/// The impairments act in the order of the members: first those of the modulator (gain imbalance, quadrature skew,
+/// IQ offset), then the carrier, then the level, then noise.
+struct signal_setting_t
+{
+    signal_format_t format = signal_format_t::qpsk;
+    signal_pulse_t pulse = signal_pulse_t::root_raised_cosine;
+    double shape = 0.35;                   ///< roll-off, or bandwidth-time product of a Gaussian pulse
+    std::uint32_t half_span_symbols = 160; ///< the pulse is cut this far from its centre; at least 40
+    double symbol_rate = 1.0e6;            ///< Hz
+    double sample_rate = 4.0e6;            ///< Hz; any ratio to the symbol rate
+    std::uint32_t symbol_count = 1000;     ///< length of the record in symbols
+    std::uint64_t seed = 1;                ///< of the data; the noise has a stream of its own made from it
+
+    std::vector<std::uint32_t> sync_symbols; ///< symbol indices that stand in the data from `sync_position` on
+    std::uint32_t sync_position = 0;         ///< symbol of the record
+
+    double timing_symbols = 0.0;      ///< the centre of symbol 0 lies this far behind the first sample
+    double gain_imbalance_db = 0.0;   ///< I over Q; half of it on either rail
+    double quadrature_skew_deg = 0.0; ///< the Q axis stands at 90 degrees and this from the I axis
+    /// DC relative to the rms of the points, dB; -infinity for none.
+    double iq_offset_db = -std::numeric_limits<double>::infinity();
+    double iq_offset_angle = 0.6; ///< radians, direction of the DC
+    double carrier_offset_hz = 0.0;
+    double carrier_phase = 0.0; ///< radians at the first sample
+    double gain = 1.0;          ///< factor on the signal, noise included
+    /// Es/N0 in dB: the SNR of the symbols behind the matched filter of the pulse; infinity for none.
+    double snr_db = std::numeric_limits<double>::infinity();
+};
+
+/// A test signal and what went into it.
+struct signal_t
+{
+    std::vector<std::complex<float>> samples;
+    double sample_rate = 0.0;
+    double symbol_rate = 0.0;
+    std::vector<std::uint32_t> symbols;       ///< indices of the symbols centred within the record, symbol 0 first
+    std::vector<std::complex<double>> points; ///< their points with the format's turn, without any impairment
+    double noise_variance = 0.0;              ///< per complex sample, before `gain`
+};
+
+/// Makes a record that is filled with signal from its first to its last sample.
+///
+/// Sample n stands at time n / sample_rate; symbol k is centred at (k + timing_symbols) / symbol_rate. The record is the
+/// first floor(symbol_count * sample_rate / symbol_rate) samples from time 0. Random symbols before and behind it fill the
+/// tails of the pulses. With the root raised cosine pulse the mean power is gain^2.
+///
+/// The noise is white over the whole sample rate. Its variance per complex sample is
+/// energy * (sample_rate / symbol_rate) / snr, `energy` being that of the pulse, so that behind the matched filter with unit
+/// energy the symbols have the SNR that was set.
+/// @throws std::invalid_argument for rates that are not positive and finite, a pulse shorter than 40 symbols each side, or a
+///         sync word that does not fit
+signal_t make_signal(const signal_setting_t& setting);
+} // namespace dma_test
