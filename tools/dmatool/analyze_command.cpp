@@ -1,0 +1,342 @@
+#include "analyze_command.h"
+
+#include "exit_status.h"
+#include "support/logger_system.h"
+#include "support/trace_output.h"
+#include "tool_text.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <mutex>
+#include <utility>
+
+namespace dmatool
+{
+using namespace vrim::dma_demod_lib;
+
+namespace
+{
+// Run-in of the filters, both ends together.
+constexpr double run_in_symbols = 180.0;
+constexpr double long_run_in_symbols = 228.0; // MSK and OQPSK
+// The driver's limits of the ratio between the sample rate and its working rate.
+constexpr std::uint64_t largest_rate_ratio = 2000;
+
+double cal_run_in_time(const lib_dma_segment_configure_manager_t& segment)
+{
+    const lib_dma_format_configure_manager_t& format = segment.get_format_configure();
+    const lib_dma_advance_configure_manager_t& advance = segment.get_advance_configure();
+    const double symbol_rate = static_cast<double>(format.get_symbol_rate());
+    const lib_dma_modulation_type_t group = format.get_format_group();
+    const bool long_flag = group == LIB_DMA_GROUP_MSK || group == LIB_DMA_GROUP_OQPSK;
+    const double filters = (long_flag ? long_run_in_symbols : run_in_symbols) / symbol_rate;
+    const double equalizer =
+        advance.get_equalizer() ? (static_cast<double>(advance.get_equalizer_filter_len()) + 2.0) / symbol_rate : 0.0;
+    return filters + equalizer;
+}
+
+double cal_interval_time(const lib_dma_segment_configure_manager_t& segment)
+{
+    const lib_dma_time_configure_manager_t& time = segment.get_time_configure();
+    const double offset = time.get_meas_offset() == -1 ? 0.0 : static_cast<double>(time.get_meas_offset());
+    return (static_cast<double>(time.get_meas_interval()) + offset) /
+           static_cast<double>(segment.get_format_configure().get_symbol_rate());
+}
+
+/// Takes the library's log and traces for as long as it lives: standard output stays clean, errors are kept.
+class library_output_t
+{
+public:
+    library_output_t(bool verbose, line_sink_t lines)
+    {
+        using namespace common_log;
+        logger_system_t::get_instance().set_sink(
+            [this, verbose, lines](const log_record_t& record)
+            {
+                const std::string text = fmt::format("{}: {}", record.function, get_one_line(record.message));
+                if (verbose)
+                {
+                    lines(fmt::format("log {} {}:{} {}", record.level, record.file, record.line, text));
+                }
+                const std::lock_guard<std::mutex> lock(guard_);
+                const bool known = std::find(errors_.begin(), errors_.end(), text) != errors_.end();
+                if (record.level >= log_level_error && !known && errors_.size() < most_errors)
+                {
+                    errors_.push_back(text);
+                }
+            });
+        if (verbose)
+        {
+            trace_output_t::get_instance().set_sink([lines](std::string_view text)
+                                                    { lines("trace " + get_one_line(std::string(text))); });
+        }
+        else
+        {
+            trace_output_t::get_instance().silence();
+        }
+    }
+    library_output_t(const library_output_t&) = delete;
+    library_output_t& operator=(const library_output_t&) = delete;
+    ~library_output_t()
+    {
+        common_log::logger_system_t::get_instance().set_sink({});
+        common_log::trace_output_t::get_instance().set_sink({});
+    }
+
+    std::vector<std::string> get_errors() const
+    {
+        const std::lock_guard<std::mutex> lock(guard_);
+        return errors_;
+    }
+
+private:
+    static constexpr std::size_t most_errors = 20;
+    mutable std::mutex guard_;
+    std::vector<std::string> errors_;
+};
+
+std::string join(const std::vector<std::string>& lines)
+{
+    std::string text;
+    for (const std::string& line : lines)
+    {
+        text += (text.empty() ? "" : " | ") + line;
+    }
+    return text.empty() ? "nothing was logged" : text;
+}
+
+void check_rates(const analyze_options_t& options, double sample_rate, std::uint64_t kept, const rate_plan_t& rate)
+{
+    if (!(sample_rate <= 1.0e12))
+    {
+        throw tool_error_t(exit_bad_capture,
+                           fmt::format("the sample rate of the capture is {} Hz; expected 1e12 or less: correct "
+                                       "it, or give --sample-rate",
+                                       sample_rate));
+    }
+    if (static_cast<double>(options.symbol_rate) > static_cast<double>(kept))
+    {
+        throw tool_error_t(exit_usage,
+                           fmt::format("--symbol-rate {} Hz is above the sample rate of {} Hz: a symbol needs at least "
+                                       "one sample; check both rates",
+                                       options.symbol_rate, kept));
+    }
+    if (kept / (options.symbol_rate * rate.working_samples_per_symbol) > largest_rate_ratio)
+    {
+        throw tool_error_t(exit_usage,
+                           fmt::format("the sample rate of {} Hz is more than {} times the working rate of {} Hz ({} "
+                                       "samples a symbol); decimate the capture first",
+                                       kept, largest_rate_ratio, options.symbol_rate * rate.working_samples_per_symbol,
+                                       rate.working_samples_per_symbol));
+    }
+}
+
+void note_rates(const analyze_options_t& options, double sample_rate, std::uint64_t kept, const rate_plan_t& rate,
+                std::vector<std::string>& notes)
+{
+    if (static_cast<double>(kept) != sample_rate)
+    {
+        const double ppm = (sample_rate - static_cast<double>(kept)) / sample_rate * 1.0e6;
+        const double slip = ppm * 1.0e-6 * static_cast<double>(options.interval);
+        notes.push_back(
+            fmt::format("the sample rate of {} Hz is kept as {} Hz (multiples of 100 Hz), {:.3g} ppm off: {:.2g} symbols "
+                        "of slip over the interval; resample the capture if that is too much",
+                        sample_rate, kept, ppm, slip));
+    }
+    if (std::max(rate.up, rate.down) <= large_rate_factor)
+    {
+        return;
+    }
+    std::string advice = "resample the capture to a multiple of the symbol rate";
+    if (const std::optional<std::uint64_t> near_rate = propose_symbol_rate(rate, options.symbol_rate))
+    {
+        const rate_plan_t better = cal_rate_plan(kept, *near_rate, options.points_per_symbol);
+        const double ppm = (static_cast<double>(*near_rate) / static_cast<double>(options.symbol_rate) - 1.0) * 1.0e6;
+        advice = fmt::format("--symbol-rate {} ({:+.3g} ppm) needs {} : {} only", *near_rate, ppm, better.up, better.down);
+    }
+    notes.push_back(
+        fmt::format("the rate conversion by {} : {} takes a filter of about {:.3g} million taps, so this runs long; {}", rate.up,
+                    rate.down, 20.0e-6 * static_cast<double>(std::max(rate.up, rate.down)), advice));
+}
+
+void check_length(const analyze_options_t& options, const lib_dma_frame_configure_manager_t& frame, std::uint64_t sample_count,
+                  std::uint64_t kept)
+{
+    const std::uint64_t needed = cal_needed_samples(frame, kept);
+    if (sample_count >= needed)
+    {
+        return;
+    }
+    const lib_dma_segment_configure_manager_t& segment = frame.get_segment(0);
+    const double symbol_rate = static_cast<double>(options.symbol_rate);
+    const double run_in = cal_run_in_time(segment) * symbol_rate;
+    const double room = std::floor(static_cast<double>(sample_count) / static_cast<double>(kept) * symbol_rate - run_in -
+                                   std::max(0.0, static_cast<double>(options.offset)));
+    std::string advice = "record more";
+    if (options.search_length && *options.search_length > cal_interval_time(segment))
+    {
+        advice = "record more or give a shorter --search-length";
+    }
+    else if (room >= 10.0)
+    {
+        advice = fmt::format("record more or give --interval {} or less", room);
+    }
+    throw tool_error_t(
+        exit_too_short,
+        fmt::format("the capture is too short: it has {} samples and the settings need {} ({} symbols of run-in and "
+                    "{:.6g} symbols of search length at {:.6g} samples a symbol); {}",
+                    sample_count, needed, run_in, std::max(frame.get_search_length(), cal_interval_time(segment)) * symbol_rate,
+                    static_cast<double>(kept) / symbol_rate, advice));
+}
+
+[[noreturn]] void fail_analysis(std::int32_t code, const std::vector<std::string>& errors)
+{
+    const char* meaning = "of no known meaning";
+    switch (code)
+    {
+    case LIB_DMA_RESULT_NO_SEGMENT:
+        meaning = "the first segment could not be placed";
+        break;
+    case LIB_DMA_RESULT_RATE_TOO_LOW:
+        meaning = "the sample rate is far below the working rate";
+        break;
+    case LIB_DMA_RESULT_RATE_TOO_HIGH:
+        meaning = "the sample rate is far above the working rate";
+        break;
+    case LIB_DMA_RESULT_CAPTURE_TOO_SHORT:
+        meaning = "the capture is too short";
+        break;
+    case LIB_DMA_RESULT_DEMODULATOR_FAILED:
+        meaning = "the demodulator gave up: check that the capture holds the signal that the options describe";
+        break;
+    default:
+        break;
+    }
+    throw tool_error_t(code == LIB_DMA_RESULT_CAPTURE_TOO_SHORT ? exit_too_short : exit_analysis_failed,
+                       fmt::format("the analysis failed with result code {}, {}; log: {}", code, meaning, join(errors)));
+}
+} // namespace
+
+lib_dma_frame_configure_manager_t make_frame(const analyze_options_t& options, std::uint64_t sample_count,
+                                             std::uint64_t kept_sample_rate)
+{
+    lib_dma_frame_configure_manager_t frame;
+    lib_dma_segment_configure_manager_t& segment = frame.get_segment(0);
+    const lib_dma_modulation_type_t group = options.format.group->value;
+
+    lib_dma_format_configure_manager_t& format = segment.get_format_configure();
+    format.set_psk_format(static_cast<lib_dma_psk_modulation_type_t>(options.format.format->value));
+    format.set_format_group(group);
+    format.set_symbol_rate(options.symbol_rate);
+    format.set_points_per_symbol(static_cast<lib_dma_point_per_symbol_type_t>(options.points_per_symbol));
+
+    lib_dma_filter_configure_manager_t& filter = segment.get_filter_configure();
+    filter.set_meas_filter_type(static_cast<lib_dma_meas_filter_type_t>(options.meas_filter->value));
+    filter.set_ref_filter_type(static_cast<lib_dma_ref_filter_type_t>(options.ref_filter->value));
+    filter.set_filter_alpha(options.alpha);
+    filter.set_filter_beta(options.beta);
+    filter.set_filter_length(options.filter_length);
+
+    lib_dma_advance_configure_manager_t& advance = segment.get_advance_configure();
+    advance.set_evm_normalization_ref(options.evm_ref);
+    advance.set_clock_adjust(options.clock_adjust);
+    advance.set_iq_rotation(options.iq_rotation);
+
+    // Nine tenths: all of what a receiver's filters leave, and as much as the carrier power can be summed over.
+    frame.set_bandwidth(options.bandwidth.value_or(std::max<std::uint64_t>(1U, kept_sample_rate * 9U / 10U)));
+
+    if (!options.sync_bits.empty())
+    {
+        frame.set_sync_pattern_type(LIB_DMA_SYNC_BIT_PATTERN);
+        frame.set_sync_pattern_bit(options.sync_bits);
+        frame.set_sync_offset(options.sync_offset);
+        frame.set_sync_search(true);
+    }
+    // After the sync search, which takes the offset back to 0.
+    segment.get_time_configure().set_meas_interval(group, options.interval);
+    segment.get_time_configure().set_meas_offset(options.offset);
+
+    double search_length = cal_interval_time(segment);
+    if (options.search_length)
+    {
+        search_length = *options.search_length;
+    }
+    else if (!options.sync_bits.empty())
+    {
+        // A sync word may stand anywhere. One sample less than there is, against rounding up.
+        const double capture_time = (static_cast<double>(sample_count) - 1.0) / static_cast<double>(kept_sample_rate);
+        search_length = std::max(search_length, capture_time - cal_run_in_time(segment));
+    }
+    frame.set_search_length(search_length);
+    return frame;
+}
+
+std::uint64_t cal_needed_samples(const lib_dma_frame_configure_manager_t& frame, std::uint64_t kept_sample_rate)
+{
+    const lib_dma_segment_configure_manager_t& segment = frame.get_segment(0);
+    const double search_length = std::max(frame.get_search_length(), cal_interval_time(segment));
+    const double samples = std::ceil(static_cast<double>(kept_sample_rate) * (search_length + cal_run_in_time(segment)));
+    return std::max<std::uint64_t>(100U, static_cast<std::uint64_t>(samples));
+}
+
+analysis_t run_analysis(const analyze_options_t& options, const line_sink_t& notes)
+{
+    analysis_t analysis;
+    analysis.format = options.format;
+    analysis.capture = read_capture(options.capture);
+    analysis.sample_count = analysis.capture.samples.size();
+    analysis.notes = analysis.capture.notes;
+
+    const double sample_rate = analysis.capture.sample_rate;
+    const std::uint64_t kept = cal_kept_sample_rate(std::min(sample_rate, 1.0e13));
+    analysis.rate = cal_rate_plan(kept, options.symbol_rate, options.points_per_symbol);
+    check_rates(options, sample_rate, kept, analysis.rate);
+    note_rates(options, sample_rate, kept, analysis.rate, analysis.notes);
+
+    analysis.frame = make_frame(options, analysis.sample_count, kept);
+    analysis.needed_samples = cal_needed_samples(analysis.frame, kept);
+    check_length(options, analysis.frame, analysis.sample_count, kept);
+    const std::size_t sync_bits = analysis.frame.get_sync_pattern_bitarr().size();
+    if (!options.sync_bits.empty() && sync_bits != options.sync_bits.size())
+    {
+        analysis.notes.push_back(fmt::format("the sync word of {} bits is taken as {} bits: a symbol of {} has more than one",
+                                             options.sync_bits.size(), sync_bits, options.format.format->name));
+    }
+    // Said before the run: a long one should not leave the user guessing.
+    for (const std::string& note : analysis.notes)
+    {
+        notes("note: " + note);
+    }
+    const std::size_t said = analysis.notes.size();
+
+    const library_output_t output(options.verbose, notes);
+    analysis.phy.set_frame_configure(analysis.frame);
+    analysis.phy.set_sample_rate(sample_rate);
+    analysis.phy.set_demod_data(analysis.capture.samples);
+    // The driver has a copy of its own.
+    vrim::complex_array().swap(analysis.capture.samples);
+    analysis.result_code = analysis.phy.dma_phy_process();
+    const std::vector<std::string> errors = output.get_errors();
+    if (analysis.result_code != LIB_DMA_RESULT_OK)
+    {
+        fail_analysis(analysis.result_code, errors);
+    }
+
+    for (const std::string& error : errors)
+    {
+        analysis.notes.push_back("log: " + error);
+    }
+    if (!options.sync_bits.empty() && !analysis.phy.get_data_manager().get_sync_search_flag(0))
+    {
+        analysis.notes.push_back("the sync word was not found; the interval starts where it would without one");
+    }
+    for (std::size_t i = said; i < analysis.notes.size(); ++i)
+    {
+        notes("note: " + analysis.notes[i]);
+    }
+    return analysis;
+}
+} // namespace dmatool
