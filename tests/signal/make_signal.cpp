@@ -54,7 +54,9 @@ std::string make_truth(const dma_test::signal_setting_t& setting, const dma_test
     truth["carrier_phase_rad"] = setting.carrier_phase;
     truth["gain"] = setting.gain;
     truth["snr_db"] = number_or_text(setting.snr_db);
-    truth["noise_evm_percent"] = std::isfinite(setting.snr_db) ? 100.0 * std::pow(10.0, -setting.snr_db / 20.0) : 0.0;
+    // Noise and DC add up by power; 10^(-inf) is 0.
+    truth["noise_and_offset_evm_percent"] =
+        100.0 * std::sqrt(std::pow(10.0, -setting.snr_db / 10.0) + std::pow(10.0, setting.iq_offset_db / 10.0));
     if (!sync.empty())
     {
         truth["sync_bits"] = sync;

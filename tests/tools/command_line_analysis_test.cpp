@@ -189,21 +189,27 @@ TEST(CommandLineAnalysis, FindsASyncWordAndSaysWhenThereIsNone)
     EXPECT_NE(absent.errors.find("sync word was not found"), std::string::npos) << absent.errors;
 }
 
-TEST(CommandLineAnalysis, ACaptureWithoutSignalFailsWithTheReason)
+TEST(CommandLineAnalysis, ACaptureWithoutModulationIsNotPassedOnInSilence)
 {
     const scratch_folder_t folder;
-    const std::string zeros = folder.write_sigmf("zeros", "cf32_le", std::string(8 * 20000, '\0'));
-    const tool_result_t result = run_analyze({ zeros, "--format", "QPSK", "--symbol-rate", "100000", "--json" });
-    // The driver adds 1e-11 to every sample; that is no signal either, whichever step says so first.
-    EXPECT_TRUE(result.status == exit_analysis_failed || result.status == exit_ok) << result.status << result.errors;
-    if (result.status == exit_ok)
+    std::string text;
+    for (int i = 0; i < 6000; ++i)
     {
-        EXPECT_TRUE(nlohmann::json::accept(result.output));
+        text += "0.5 0.25\n";
     }
-    else
-    {
-        EXPECT_EQ(result.output, "");
-    }
+    const tool_result_t result =
+        run_analyze(with_signal(folder.write("constant.txt", text), { "--sample-rate", "4e6", "--json" }));
+    EXPECT_EQ(result.status, 0) << result.errors;
+    EXPECT_NE(result.errors.find("all decoded symbols are the same"), std::string::npos) << result.errors;
+}
+
+TEST(CommandLineAnalysis, WhatWasNotMeasuredIsNull)
+{
+    const scratch_folder_t folder;
+    const nlohmann::json report = analyze_json(with_signal(write_capture(folder, make_setting())));
+    const nlohmann::json& power = report["segments"][0]["error_summary"]["carrier_power"];
+    // 0 dBm to the last digit is no measurement.
+    EXPECT_TRUE(power.is_null() || (power.is_number() && power != 0.0)) << power;
 }
 
 TEST(CommandLineAnalysis, TheSampleRateThatTheAnalysisKeepsIsAnnounced)

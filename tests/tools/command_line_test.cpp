@@ -112,6 +112,23 @@ TEST(CommandLine, SaysHowManySymbolsAShortCaptureHasRoomFor)
                    "--search-length");
 }
 
+TEST(CommandLine, RefusesACaptureWithoutSignal)
+{
+    const scratch_folder_t folder;
+    // The analysis adds a trace of DC to what it gets: zeros would come out as a perfect signal.
+    const std::string zeros = folder.write_sigmf("zeros", "cf32_le", std::string(8 * 20000, '\0'));
+    expect_failure(run_analyze(with_signal(zeros)), exit_bad_capture, "there is no signal");
+    expect_failure(run_analyze(with_signal(zeros, { "--json" })), exit_bad_capture, "there is no signal");
+
+    std::string text;
+    for (int i = 0; i < 20000; ++i)
+    {
+        text += i % 2 == 0 ? "2e15 0\n" : "0 1\n";
+    }
+    expect_failure(run_analyze(with_signal(folder.write("loud.txt", text), { "--sample-rate", "1e6" })), exit_bad_capture,
+                   "scale it down");
+}
+
 TEST(CommandLine, ReadsNoMoreOfALargeFileThanItMust)
 {
     const scratch_folder_t folder;

@@ -20,12 +20,20 @@ std::string read_file(const std::string& path)
 
 std::string quote_for_shell(const std::string& text)
 {
-    std::string quoted = "'";
+    std::string quoted(1, '\'');
     for (const char c : text)
     {
-        quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
+        if (c == '\'')
+        {
+            quoted.append("'\\''");
+        }
+        else
+        {
+            quoted.push_back(c);
+        }
     }
-    return quoted + "'";
+    quoted.push_back('\'');
+    return quoted;
 }
 } // namespace
 
@@ -65,10 +73,11 @@ tool_result_t run_tool(const std::vector<std::string>& arguments, const std::str
     std::string command = quote_for_shell(DMATOOL_PATH);
     for (const std::string& argument : arguments)
     {
-        command += " " + quote_for_shell(argument);
+        command.append(" ").append(quote_for_shell(argument));
     }
-    command += " 2>" + quote_for_shell(folder.get_path("errors"));
-    command += redirect.empty() ? " >" + quote_for_shell(folder.get_path("output")) : " " + redirect;
+    command.append(" 2>").append(quote_for_shell(folder.get_path("errors")));
+    command.append(redirect.empty() ? " >" : " ");
+    command.append(redirect.empty() ? quote_for_shell(folder.get_path("output")) : redirect);
 
     tool_result_t result;
     const int status = std::system(command.c_str());

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <functional>
 #include <mutex>
 #include <utility>
 
@@ -24,6 +25,11 @@ constexpr double run_in_symbols = 180.0;
 constexpr double long_run_in_symbols = 228.0; // MSK and OQPSK
 // The driver's limits of the ratio between the sample rate and its working rate.
 constexpr std::uint64_t largest_rate_ratio = 2000;
+// The driver adds 1e-11 to both parts of every sample: at this rms that is an IQ offset of -57 dB. A record of zeros would be
+// measured as a perfect signal.
+constexpr double lowest_rms = 1.0e-8;
+// The squares of a million samples still fit into a float.
+constexpr double highest_peak = 1.0e15;
 
 double cal_run_in_time(const lib_dma_segment_configure_manager_t& segment)
 {
@@ -192,6 +198,36 @@ void check_length(const analyze_options_t& options, const lib_dma_frame_configur
                     static_cast<double>(kept) / symbol_rate, advice));
 }
 
+/// Refuses levels at which the figures would be those of the arithmetic.
+void check_level(const vrim::complex_array& samples, std::uint64_t analysed)
+{
+    double power = 0.0;
+    double peak = 0.0;
+    const std::size_t count = static_cast<std::size_t>(std::min<std::uint64_t>(samples.size(), analysed));
+    for (std::size_t i = 0; i < count; ++i)
+    {
+        const double real = static_cast<double>(samples[i].real());
+        const double imag = static_cast<double>(samples[i].imag());
+        power += real * real + imag * imag;
+        peak = std::max({ peak, std::abs(real), std::abs(imag) });
+    }
+    const double rms = std::sqrt(power / static_cast<double>(count));
+    if (rms < lowest_rms)
+    {
+        throw tool_error_t(exit_bad_capture,
+                           fmt::format("there is no signal: the {} samples to analyse have an rms of {:.3g}, expected "
+                                       "{:.0e} or more; find the signal with --start, or scale the capture up",
+                                       count, rms, lowest_rms));
+    }
+    if (peak > highest_peak)
+    {
+        throw tool_error_t(exit_bad_capture,
+                           fmt::format("the capture reaches {:.3g}, expected {:.0e} or less: squares would leave "
+                                       "single precision; scale it down, or check the datatype",
+                                       peak, highest_peak));
+    }
+}
+
 [[noreturn]] void fail_analysis(std::int32_t code, const std::vector<std::string>& errors)
 {
     const char* meaning = "of no known meaning";
@@ -299,6 +335,7 @@ analysis_t run_analysis(const analyze_options_t& options, const line_sink_t& not
     analysis.frame = make_frame(options, analysis.sample_count, kept);
     analysis.needed_samples = cal_needed_samples(analysis.frame, kept);
     check_length(options, analysis.frame, analysis.sample_count, kept);
+    check_level(analysis.capture.samples, analysis.needed_samples);
     const std::size_t sync_bits = analysis.frame.get_sync_pattern_bitarr().size();
     if (!options.sync_bits.empty() && sync_bits != options.sync_bits.size())
     {
@@ -332,6 +369,13 @@ analysis_t run_analysis(const analyze_options_t& options, const line_sink_t& not
     if (!options.sync_bits.empty() && !analysis.phy.get_data_manager().get_sync_search_flag(0))
     {
         analysis.notes.push_back("the sync word was not found; the interval starts where it would without one");
+    }
+    const std::vector<std::uint32_t>& symbols = analysis.phy.get_data_manager().get_decode_bit(0);
+    if (symbols.empty() || std::adjacent_find(symbols.begin(), symbols.end(), std::not_equal_to<>()) == symbols.end())
+    {
+        analysis.notes.push_back(
+            "all decoded symbols are the same; a capture without modulation looks like that, so do not trust the "
+            "figures before you have looked at the capture");
     }
     for (std::size_t i = said; i < analysis.notes.size(); ++i)
     {

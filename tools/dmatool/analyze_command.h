@@ -45,7 +45,7 @@ analysis_t run_analysis(const analyze_options_t& options, const line_sink_t& not
 /// The report as a table (report_text.cpp).
 std::string make_text_report(const analysis_t& analysis);
 /// The report as one JSON document (report_json.cpp). Keys are the field names of the results' records. Not-a-number and
-/// infinities stand as the strings nan, inf and -inf.
+/// infinities stand as the strings nan, inf and -inf; null is what was not measured.
 /// @param traces  whether arrays of samples and symbols are part of it
 std::string make_json_report(const analysis_t& analysis, bool traces);
 } // namespace dmatool

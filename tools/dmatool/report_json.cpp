@@ -87,7 +87,8 @@ json_t make_error_summary(const error_summary_t& summary, bool traces)
     out["phase_err_min"] = to_number(summary.phase_err_min);
     out["phase_err_min_idx"] = summary.phase_err_min_idx;
     out["depth"] = to_number(summary.depth);
-    out["carrier_power"] = to_number(summary.carrier_power);
+    // Exactly 0 is what the store starts with: nobody measured it.
+    out["carrier_power"] = summary.carrier_power != 0.0f ? to_number(summary.carrier_power) : json_t(nullptr);
     out["fsk_deviation"] = to_number(summary.fsk_deviation);
     out["fsk_deviation_max"] = to_number(summary.fsk_deviation_max);
     out["fsk_deviation_min"] = to_number(summary.fsk_deviation_min);

@@ -99,7 +99,11 @@ std::string make_text_report(const analysis_t& analysis)
     text += make_figure("Gain imbalance", table.gain_imbalance, "dB");
     text += make_figure("Frequency error", table.frequency_error, "Hz");
     text += fmt::format("  {:<18}{:>14.6f}\n", "Rho", table.rho);
-    text += make_figure("Carrier power", summary.carrier_power, "dBm");
+    // Exactly 0 is what the store starts with: nobody measured it.
+    if (summary.carrier_power != 0.0f)
+    {
+        text += make_figure("Carrier power", summary.carrier_power, "dBm");
+    }
     text += "\n";
     text += make_symbols(store.get_decode_bit(0));
     return text;

@@ -22,7 +22,7 @@ std::string get_one_line(const std::string& text)
 
 std::string quote(const std::string& text)
 {
-    return "'" + get_one_line(text) + "'";
+    return fmt::format("'{}'", get_one_line(text));
 }
 
 std::string get_short_number(double value)
