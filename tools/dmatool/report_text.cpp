@@ -76,9 +76,13 @@ std::string make_text_report(const analysis_t& analysis)
                                             get_short_number(filter.get_filter_alpha()),
                                             get_short_number(filter.get_filter_beta()), filter.get_filter_length()));
     const std::int32_t offset = time.get_meas_offset();
-    text += make_row("Interval", fmt::format("{} symbols from symbol {} on, {} points per symbol", time.get_meas_interval(),
-                                             offset == -1 ? std::string("(automatic)") : std::to_string(offset),
-                                             static_cast<std::uint32_t>(format.get_points_per_symbol())));
+    // Half of the run-in is used up in front of the interval; the symbol clock decides which symbol is the first.
+    const std::uint64_t run_in = store.get_dma_demod_config_mgr(0).head_len / analysis.rate.working_samples_per_symbol;
+    text +=
+        make_row("Interval",
+                 fmt::format("{} symbols, {} about {} symbols of run-in, {} points per symbol", time.get_meas_interval(),
+                             offset == -1 ? std::string("placed automatically behind") : fmt::format("offset {} behind", offset),
+                             run_in, static_cast<std::uint32_t>(format.get_points_per_symbol())));
     if (analysis.frame.get_sync_search())
     {
         text += make_row("Sync word", fmt::format("{}, {}", analysis.frame.get_sync_pattern_bit(),
