@@ -31,20 +31,20 @@ constexpr std::uint32_t equalizer_passes = 10;     // behind the first one
 constexpr double time_tolerance = 1e-12;           // s
 
 /// Samples [start, start + length) of the first `limit` ones, cut where they end.
-complex_array cut_block(const complex_array& data, std::size_t limit, std::size_t start, std::size_t length)
+void cut_block(const complex_array& data, std::size_t limit, std::size_t start, std::size_t length, complex_array& block)
 {
     const std::size_t first = std::min(start, limit);
     const std::size_t last = std::min(limit, first + length);
-    return complex_array(data.begin() + static_cast<std::ptrdiff_t>(first), data.begin() + static_cast<std::ptrdiff_t>(last));
+    block.assign(data.begin() + static_cast<std::ptrdiff_t>(first), data.begin() + static_cast<std::ptrdiff_t>(last));
 }
 
-/// Converts a block between two whole rates in Hz. @return empty when the ratio's filter would not fit
-complex_array convert_rate(complex_array block, std::uint64_t from, std::uint64_t to)
+/// Converts a block between two whole rates in Hz. @param[out] converted  empty when the ratio's filter would not fit
+void convert_rate(complex_array& block, std::uint64_t from, std::uint64_t to, complex_array& converted)
 {
     const std::uint64_t divisor = std::gcd(from, to);
     const std::uint64_t up = to / divisor;
     const std::uint64_t down = from / divisor;
-    complex_array converted;
+    converted.clear();
     if ((up > down && up % down == 0) || (down > up && down % up == 0))
     {
         common_lib::lib_resampler_t::deal_polyphase_resampling(block, converted, up, down, 0);
@@ -58,7 +58,6 @@ complex_array convert_rate(complex_array block, std::uint64_t from, std::uint64_
             lib_resample<std::complex<float>>(static_cast<std::uint32_t>(up), static_cast<std::uint32_t>(down), block, converted);
     }
     common_log::print_trace_line(fmt::format("lte resample from {} hz to {} hz", from, to));
-    return converted;
 }
 } // namespace
 
@@ -108,9 +107,7 @@ bool lib_dma_phy_t::init(std::uint32_t segment_index, lib_dma_demod_config_mgr& 
     return update_demod_info(segment_index, config);
 }
 
-void lib_dma_phy_t::clear_data()
-{
-}
+void lib_dma_phy_t::clear_data() {}
 
 std::int32_t lib_dma_phy_t::_stop(lib_dma_result_code_t code)
 {
@@ -191,8 +188,11 @@ std::int32_t lib_dma_phy_t::_process_segment(std::uint32_t segment_index, std::u
     std::int32_t pre_sym = later_segment_run_in;
     if (segment_index == 0)
     {
-        if (!cal_first_segment_demod_info(cut_block(raw_data_, raw_data_.size(), 0, config.data_len), config, demod_data_len,
-                                          config.pulse_center_sym, pre_sym, 0))
+        // Only a burst search looks at the samples.
+        complex_array search_block;
+        if (frame_.get_burst_search())
+            cut_block(raw_data_, raw_data_.size(), 0, config.data_len, search_block);
+        if (!cal_first_segment_demod_info(std::move(search_block), config, demod_data_len, config.pulse_center_sym, pre_sym, 0))
         {
             DMA_LOG_ERROR("dma_phy_process:cal_first_segment_demod_info error.\n");
             return _stop(LIB_DMA_RESULT_NO_SEGMENT);
@@ -219,24 +219,22 @@ std::int32_t lib_dma_phy_t::_process_segment(std::uint32_t segment_index, std::u
     const std::int32_t start =
         static_cast<std::int32_t>(static_cast<std::uint32_t>(offset_point) + config.data_start - config.pre_num_max);
 
-    complex_array meas_block;
     if (start < 0 || static_cast<std::uint32_t>(start) > window_len)
     {
         DMA_LOG_INFO("warning! offset > RawData.size!\n");
-        meas_block = cut_block(raw_data_, window_len, 0, window_len);
+        cut_block(raw_data_, window_len, 0, window_len, meas_block_);
     }
     else
     {
         // The sum wraps in 32 bits when the capture is shorter than its run-in.
         const std::uint32_t length = demod_data_len + 2 * config.pre_num_max;
-        meas_block = cut_block(raw_data_, window_len, static_cast<std::uint32_t>(start), length);
+        cut_block(raw_data_, window_len, static_cast<std::uint32_t>(start), length, meas_block_);
     }
 
     const std::int64_t resample_start = lib_test_t::get_current_time();
-    complex_array demod_block;
     if (config.sample_rate == 0 || config.sample_rate == demod_rate)
     {
-        demod_block = meas_block;
+        demod_block_ = meas_block_;
     }
     else
     {
@@ -244,7 +242,7 @@ std::int32_t lib_dma_phy_t::_process_segment(std::uint32_t segment_index, std::u
             return LIB_DMA_RESULT_RATE_TOO_HIGH;
         if (demod_rate / config.sample_rate > largest_rate_ratio)
             return LIB_DMA_RESULT_RATE_TOO_LOW;
-        demod_block = convert_rate(meas_block, config.sample_rate, demod_rate);
+        convert_rate(meas_block_, config.sample_rate, demod_rate, demod_block_);
     }
     common_log::print_trace_time("dma_phy_process deal_resample time: ", resample_start);
 
@@ -259,12 +257,12 @@ std::int32_t lib_dma_phy_t::_process_segment(std::uint32_t segment_index, std::u
     const std::uint32_t passes = segment.get_advance_configure().get_equalizer() ? equalizer_passes + 1 : 1;
     for (std::uint32_t pass = 0; pass < passes; ++pass)
     {
-        if (demod_block.size() < 2 * static_cast<std::size_t>(config.pre_num))
+        if (demod_block_.size() < 2 * static_cast<std::size_t>(config.pre_num))
         {
             DMA_LOG_ERROR("warning!,dma_phy_process demod data less than pre_num.\n");
             return _stop(LIB_DMA_RESULT_CAPTURE_TOO_SHORT);
         }
-        if (!deal_demo_process(segment_index, meas_block, demod_block, data_manager_.get_psk_modulation_param(), config))
+        if (!deal_demo_process(segment_index, meas_block_, demod_block_, data_manager_.get_psk_modulation_param(), config))
         {
             DMA_LOG_ERROR("deal_demo_process demod fail!\n");
             return _stop(LIB_DMA_RESULT_DEMODULATOR_FAILED);
@@ -276,10 +274,12 @@ std::int32_t lib_dma_phy_t::_process_segment(std::uint32_t segment_index, std::u
     return LIB_DMA_RESULT_OK;
 }
 
-bool lib_dma_phy_t::deal_demo_process(std::uint32_t segment_index, const complex_array& raw_window, const complex_array& demod_block,
-                                      const lib_dma_psk_modulation_param& /*modulation_param*/, lib_dma_demod_config_mgr& config)
+bool lib_dma_phy_t::deal_demo_process(std::uint32_t segment_index, const complex_array& raw_window,
+                                      const complex_array& demod_block, const lib_dma_psk_modulation_param& /*modulation_param*/,
+                                      lib_dma_demod_config_mgr& config)
 {
-    const auto fail = [this] {
+    const auto fail = [this]
+    {
         process_state_ = LIB_DMA_PROCESS_STOP;
         return false;
     };
@@ -289,7 +289,8 @@ bool lib_dma_phy_t::deal_demo_process(std::uint32_t segment_index, const complex
     {
         psk_demod_.init();
         const bool configured = psk_demod_.set_frame_configure(frame_, segment_index, config);
-        const bool processed = psk_demod_.lib_dma_psk_demod_process(segment_index, raw_window, demod_block, data_manager_, config);
+        const bool processed =
+            psk_demod_.lib_dma_psk_demod_process(segment_index, raw_window, demod_block, data_manager_, config);
         if (configured && processed)
             return true;
         DMA_LOG_END("deal_demo_process:psk demod error!\n");

@@ -122,6 +122,8 @@ private:
     lib_dma_main_process_state_t process_state_ = LIB_DMA_PROCESS_STOP;
     lib_dma_frame_configure_manager_t frame_;
     complex_array raw_data_;
+    complex_array meas_block_;  ///< cut out of the capture; its memory serves run after run
+    complex_array demod_block_; ///< the same at the working rate
     lib_dma_phy_data_manager_t data_manager_;
     lib_dma_phy_frequency_correct_t frequency_correct_;
     lib_dma_psk_demod_t psk_demod_;

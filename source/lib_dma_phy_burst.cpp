@@ -55,9 +55,10 @@ std::int32_t cal_burst_run_in(bool sync_search, std::int64_t pre_count, std::int
     if (!sync_search)
     {
         if ((burst_symbols - interval) / 2 < margin)
-            return static_cast<std::int32_t>(2 * margin <= interval
-                                                 ? pre_count
-                                                 : static_cast<std::int64_t>(static_cast<double>(burst_symbols - 2 * margin) / 2.0 + default_run_in));
+            return static_cast<std::int32_t>(
+                2 * margin <= interval
+                    ? pre_count
+                    : static_cast<std::int64_t>(static_cast<double>(burst_symbols - 2 * margin) / 2.0 + default_run_in));
         return static_cast<std::int32_t>(2 * pre_count > interval ? default_run_in : pre_count);
     }
     if (burst_symbols < 2 * margin)
@@ -67,8 +68,9 @@ std::int32_t cal_burst_run_in(bool sync_search, std::int64_t pre_count, std::int
 }
 } // namespace
 
-bool lib_dma_phy_t::cal_first_segment_demod_info(complex_array block, lib_dma_demod_config_mgr& config, std::uint32_t& demod_data_len,
-                                                 std::int32_t& pulse_center_sym, std::int32_t& pre_sym, std::uint32_t segment_index)
+bool lib_dma_phy_t::cal_first_segment_demod_info(complex_array block, lib_dma_demod_config_mgr& config,
+                                                 std::uint32_t& demod_data_len, std::int32_t& pulse_center_sym,
+                                                 std::int32_t& pre_sym, std::uint32_t segment_index)
 {
     const lib_dma_segment_configure_manager_t& segment = frame_.get_segment(0);
     const double symbol_rate = static_cast<double>(segment.get_format_configure().get_symbol_rate());
@@ -114,17 +116,18 @@ bool lib_dma_phy_t::cal_first_segment_demod_info(complex_array block, lib_dma_de
         // Whole seconds of samples: 0 for anything shorter.
         const std::uint64_t pre_seconds = config.sample_rate == 0 ? 0 : config.pre_num_max / config.sample_rate;
         const std::uint64_t burst_seconds = config.sample_rate == 0 ? 0 : config.burst_len / config.sample_rate;
-        pre_sym = cal_burst_run_in(sync_search, common_lib::saturate<std::int64_t>(static_cast<double>(pre_seconds) * symbol_rate),
-                                   common_lib::saturate<std::int64_t>(static_cast<double>(burst_seconds) * symbol_rate), meas_interval);
+        pre_sym =
+            cal_burst_run_in(sync_search, common_lib::saturate<std::int64_t>(static_cast<double>(pre_seconds) * symbol_rate),
+                             common_lib::saturate<std::int64_t>(static_cast<double>(burst_seconds) * symbol_rate), meas_interval);
     }
 
     double centre = 0.0;
     if (burst_search && !sync_search && config.burst_len >= meas_point && frame_.get_segment_number() == 1)
         centre = std::round(static_cast<double>(config.burst_len - meas_point) * 0.5);
-    pulse_center_sym = config.sample_rate == 0
-                           ? 0
-                           : common_lib::saturate<std::int32_t>(
-                                 std::round(centre * symbol_rate / static_cast<double>(config.sample_rate)));
+    pulse_center_sym =
+        config.sample_rate == 0
+            ? 0
+            : common_lib::saturate<std::int32_t>(std::round(centre * symbol_rate / static_cast<double>(config.sample_rate)));
 
     DMA_LOG_INFO("demo_info.burst_raise_idx(refer to raw_time) = %u\n", config.burst_raise_idx);
     DMA_LOG_INFO("demo_info.burst_fall_idx(refer to raw_time)  = %u\n", config.burst_fall_idx);

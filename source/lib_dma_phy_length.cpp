@@ -52,15 +52,18 @@ std::int32_t lib_dma_phy_t::update_demod_data_len(std::uint32_t wanted)
     return LIB_DMA_RESULT_CAPTURE_TOO_SHORT;
 }
 
-bool lib_dma_phy_t::cal_psk_modulation_param(const lib_dma_segment_configure_manager_t& segment, lib_dma_psk_modulation_param& param)
+bool lib_dma_phy_t::cal_psk_modulation_param(const lib_dma_segment_configure_manager_t& segment,
+                                             lib_dma_psk_modulation_param& param)
 {
     const lib_dma_format_configure_manager_t& format = segment.get_format_configure();
-    const auto set_psk = [&param](std::uint32_t order, float angle) {
+    const auto set_psk = [&param](std::uint32_t order, float angle)
+    {
         param.modulation_order = order;
         param.rotation_angle = angle;
         return true;
     };
-    const auto set_dpsk = [&param](std::uint32_t order, float angle, float step) {
+    const auto set_dpsk = [&param](std::uint32_t order, float angle, float step)
+    {
         param.modulation_order = order;
         param.dpsk_rotation_angle = angle;
         param.dpsk_rotation_step = step;

@@ -64,7 +64,8 @@ public:
     static void upsample(const complex_array& data, upsample_type_t type, float factor, complex_array& out);
     static void upsample(const float_array& data, upsample_type_t type, float factor, float_array& out);
     /// The same with each sample multiplied by `gain`; a factor below 2 copies the data and ignores the gain.
-    static void upsample1(const complex_array& data, upsample_type_t type, float factor, std::complex<float> gain, complex_array& out);
+    static void upsample1(const complex_array& data, upsample_type_t type, float factor, std::complex<float> gain,
+                          complex_array& out);
     static void upsample1(const complex_array& data, upsample_type_t type, float factor, float gain, complex_array& out);
     static void upsample1(const float_array& data, upsample_type_t type, float factor, float gain, float_array& out);
 
@@ -79,13 +80,18 @@ public:
     /// `data` turned to the right by `shift`; a negative shift counts from the end. Reports an empty array or a shift larger
     /// than the array; such a shift is taken modulo the length.
     template <typename value_t>
-    static std::vector<std::complex<value_t>> deal_cyclic_shift(const std::vector<std::complex<value_t>>& data, std::int32_t shift);
+    static std::vector<std::complex<value_t>> deal_cyclic_shift(const std::vector<std::complex<value_t>>& data,
+                                                                std::int32_t shift);
 
     /// Slice of `length` elements from `start`, or what there is of it; a `start` past the end gives the whole data.
     /// @return always true
     template <typename value_t>
     static bool check_valid_data_size(const std::vector<value_t>& data, std::uint32_t start, std::uint32_t length,
                                       std::vector<value_t>& out);
+
+    /// Every `sps`-th sample of the slice that leaves `pre_num` samples off each end; the slice falls back to the whole
+    /// data as that of `check_valid_data_size` does.
+    static void take_inner_symbols(const complex_array& data, std::uint32_t pre_num, std::uint32_t sps, complex_array& out);
 
     // Error vectors and impairments (lib_dma_phy_common_error.cpp)
 
@@ -276,5 +282,5 @@ bool lib_dma_phy_common_t::check_valid_data_size(const std::vector<value_t>& dat
 }
 
 extern template DMA_DEMOD_EXPORT complex_array lib_dma_phy_common_t::deal_cyclic_shift<float>(const complex_array& data,
-                                                                                             std::int32_t shift);
+                                                                                              std::int32_t shift);
 } // namespace vrim::dma_demod_lib

@@ -86,9 +86,9 @@ std::vector<value_t> make_target_array(float start, float step, float stop, valu
 void lib_dma_phy_common_t::error_vector_cal(const complex_array& meas, const complex_array& ref, complex_array& out)
 {
     check_length(ref, meas.size());
-    complex_array error(meas.size());
-    subtract(ref.data(), meas.data(), meas.size(), error.data());
-    out = std::move(error);
+    // Element by element: `out` may be one of the two.
+    out.resize(meas.size());
+    subtract(ref.data(), meas.data(), out.size(), out.data());
 }
 
 void lib_dma_phy_common_t::mag_error_cal(const complex_array& meas, const complex_array& ref, float_array& out)
@@ -264,7 +264,8 @@ float_array lib_dma_phy_common_t::center_moving_average(std::uint32_t window, co
         return {};
     const std::size_t size = data.size();
     const std::size_t half = window / 2;
-    const auto mean_of = [&](std::size_t first, std::size_t last) {
+    const auto mean_of = [&](std::size_t first, std::size_t last)
+    {
         float sum = 0.0f;
         for (std::size_t i = first; i <= last; ++i)
             sum += data[i];

@@ -71,16 +71,6 @@ bool is_out_of_pair(const complex_array& data, std::uint32_t pre_num)
     return (first < quarter && second < first) || (first > quarter && second > first);
 }
 
-/// Symbols of `data` without `pre_num` samples at either end.
-complex_array take_symbols(const complex_array& data, std::uint32_t pre_num, std::uint32_t sps)
-{
-    complex_array inner;
-    lib_dma_phy_common_t::check_valid_data_size(data, pre_num, static_cast<std::uint32_t>(data.size()) - 2 * pre_num, inner);
-    complex_array symbols;
-    lib_dma_phy_common_t::downsample(inner, static_cast<float>(sps), symbols);
-    return symbols;
-}
-
 /// Offset modulation with its half symbol taken out: Q moved forward against I.
 complex_array align_rails(const complex_array& data, std::uint32_t half_symbol)
 {
@@ -148,23 +138,24 @@ void lib_dma_phy_common_t::deal_fixed_phase(lib_dma_modulation_type_t format_gro
     }
 }
 
-void lib_dma_phy_common_t::deal_fine_phase_fit(lib_dma_modulation_type_t format_group, complex_array& meas, const complex_array& ref,
-                                               double& fine_frequency, std::uint64_t symbol_rate, std::uint32_t pre_num,
-                                               std::uint32_t sps)
+void lib_dma_phy_common_t::deal_fine_phase_fit(lib_dma_modulation_type_t format_group, complex_array& meas,
+                                               const complex_array& ref, double& fine_frequency, std::uint64_t symbol_rate,
+                                               std::uint32_t pre_num, std::uint32_t sps)
 {
     complex_array meas_symbols;
     complex_array ref_symbols;
     if (format_group == LIB_DMA_GROUP_OQPSK)
     {
         const std::uint32_t half_symbol = sps / 2;
-        meas_symbols = take_symbols(align_rails(meas, half_symbol), pre_num, sps);
+        take_inner_symbols(align_rails(meas, half_symbol), pre_num, sps, meas_symbols);
         const std::size_t kept = ref.size() > half_symbol ? ref.size() - half_symbol : 0;
-        ref_symbols = take_symbols(complex_array(ref.begin(), ref.begin() + static_cast<std::ptrdiff_t>(kept)), pre_num, sps);
+        take_inner_symbols(complex_array(ref.begin(), ref.begin() + static_cast<std::ptrdiff_t>(kept)), pre_num, sps,
+                           ref_symbols);
     }
     else
     {
-        meas_symbols = take_symbols(meas, pre_num, sps);
-        ref_symbols = take_symbols(ref, pre_num, sps);
+        take_inner_symbols(meas, pre_num, sps, meas_symbols);
+        take_inner_symbols(ref, pre_num, sps, ref_symbols);
     }
 
     const float_array phases = cal_folded_phases(meas_symbols, ref_symbols);

@@ -16,6 +16,7 @@ using common_lib::complex_product;
 namespace
 {
 constexpr std::size_t block_size = 8;
+constexpr std::size_t exact_in_single = std::size_t(1) << 24;
 
 DMA_VECTOR_CLONES
 void multiply_all(std::complex<float>* data, std::size_t count, std::complex<float> factor)
@@ -86,6 +87,20 @@ void pick_samples(const std::vector<value_t>& data, float factor, std::uint32_t 
         return;
     }
     const float size = static_cast<float>(data.size());
+    if (data.size() <= exact_in_single)
+    {
+        // Every position is a whole number that single precision holds exactly.
+        const std::size_t stride = step < size ? static_cast<std::size_t>(step) : data.size();
+        const std::size_t count = offset < data.size() ? (data.size() - offset + stride - 1) / stride : 0;
+        // Picking in place never overtakes itself.
+        if (&out != &data)
+            out.resize(count);
+        const value_t* source = data.data() + offset;
+        for (std::size_t i = 0; i < count; ++i)
+            out[i] = source[i * stride];
+        out.resize(count);
+        return;
+    }
     std::vector<value_t> picked;
     picked.reserve(static_cast<std::size_t>(size / step) + 1);
     for (std::size_t i = 0;; ++i)
@@ -104,7 +119,8 @@ void pick_samples(const std::vector<value_t>& data, float factor, std::uint32_t 
 
 /// @param stuff  0 for zeros, otherwise copies
 template <typename value_t, typename gain_t>
-void spread_samples(const std::vector<value_t>& data, upsample_type_t type, float factor, gain_t&& gain, std::vector<value_t>& out)
+void spread_samples(const std::vector<value_t>& data, upsample_type_t type, float factor, gain_t&& gain,
+                    std::vector<value_t>& out)
 {
     const float step = std::floor(factor);
     if (!(step > 1.0f))
@@ -162,28 +178,47 @@ void lib_dma_phy_common_t::downsample1(const float_array& data, float factor, st
 
 void lib_dma_phy_common_t::upsample(const complex_array& data, upsample_type_t type, float factor, complex_array& out)
 {
-    spread_samples(data, type, factor, [](std::complex<float> value) { return value; }, out);
+    spread_samples(
+        data, type, factor, [](std::complex<float> value) { return value; }, out);
 }
 
 void lib_dma_phy_common_t::upsample(const float_array& data, upsample_type_t type, float factor, float_array& out)
 {
-    spread_samples(data, type, factor, [](float value) { return value; }, out);
+    spread_samples(
+        data, type, factor, [](float value) { return value; }, out);
 }
 
 void lib_dma_phy_common_t::upsample1(const complex_array& data, upsample_type_t type, float factor, std::complex<float> gain,
                                      complex_array& out)
 {
-    spread_samples(data, type, factor, [gain](std::complex<float> value) { return complex_product(gain, value); }, out);
+    spread_samples(
+        data, type, factor, [gain](std::complex<float> value) { return complex_product(gain, value); }, out);
 }
 
-void lib_dma_phy_common_t::upsample1(const complex_array& data, upsample_type_t type, float factor, float gain, complex_array& out)
+void lib_dma_phy_common_t::upsample1(const complex_array& data, upsample_type_t type, float factor, float gain,
+                                     complex_array& out)
 {
-    spread_samples(data, type, factor, [gain](std::complex<float> value) { return gain * value; }, out);
+    spread_samples(
+        data, type, factor, [gain](std::complex<float> value) { return gain * value; }, out);
 }
 
 void lib_dma_phy_common_t::upsample1(const float_array& data, upsample_type_t type, float factor, float gain, float_array& out)
 {
-    spread_samples(data, type, factor, [gain](float value) { return gain * value; }, out);
+    spread_samples(
+        data, type, factor, [gain](float value) { return gain * value; }, out);
+}
+
+void lib_dma_phy_common_t::take_inner_symbols(const complex_array& data, std::uint32_t pre_num, std::uint32_t sps,
+                                              complex_array& out)
+{
+    out.clear();
+    const std::uint32_t size = static_cast<std::uint32_t>(data.size());
+    const std::uint32_t length = size - 2 * pre_num; // wraps when the ends overlap, as the slice does
+    const std::uint32_t stop = pre_num + length;
+    const std::size_t first = pre_num >= size ? 0 : pre_num;
+    const std::size_t last = pre_num >= size || stop > size || length > size ? size : stop;
+    for (std::size_t i = first; i < last && sps != 0; i += sps)
+        out.push_back(data[i]);
 }
 
 void lib_dma_phy_common_t::gen_rectangular_filter(std::uint32_t span, std::uint32_t sps, complex_array& out)
@@ -225,7 +260,8 @@ void lib_dma_phy_common_t::deal_edge_filter(std::uint32_t sps, complex_array& fi
                                          (static_cast<double>(far) - static_cast<double>(near)) * step / 2.0);
         phase.push_back(accumulated);
     }
-    const auto phase_at = [&](double position) {
+    const auto phase_at = [&](double position)
+    {
         const double index = std::floor(position);
         const std::size_t last = phase.size() - 1;
         return static_cast<double>(phase[index < 0.0 ? 0 : std::min(last, static_cast<std::size_t>(index))]);
@@ -241,7 +277,8 @@ void lib_dma_phy_common_t::deal_edge_filter(std::uint32_t sps, complex_array& fi
         if (time - pulse_symbols <= 1e-12)
             shaped.push_back(static_cast<float>(std::sin(common_lib::pi * phase_at(position))));
         else
-            shaped.push_back(static_cast<float>(std::sin(common_lib::pi / 2.0 - common_lib::pi * phase_at(position - pulse_symbols * static_cast<double>(sps)))));
+            shaped.push_back(static_cast<float>(
+                std::sin(common_lib::pi / 2.0 - common_lib::pi * phase_at(position - pulse_symbols * static_cast<double>(sps)))));
         t = static_cast<float>(time + step);
     }
     for (std::size_t i = 0; i <= 5 * static_cast<std::size_t>(sps); ++i)

@@ -281,7 +281,8 @@ bool lib_dma_phy_frequency_correct_t::set_config(const lib_dma_frame_configure_m
     return true;
 }
 
-bool lib_dma_phy_frequency_correct_t::_deal_dma_freqency_error_estimate_dft(complex_array& data, lib_dma_demod_config_mgr& demod_cfg,
+bool lib_dma_phy_frequency_correct_t::_deal_dma_freqency_error_estimate_dft(complex_array& data,
+                                                                            lib_dma_demod_config_mgr& demod_cfg,
                                                                             std::uint64_t sample_rate, std::uint64_t search_band,
                                                                             std::uint32_t fft_size)
 {
@@ -320,10 +321,12 @@ bool lib_dma_phy_frequency_correct_t::_deal_dma_freqency_error_estimate_dft(comp
     bracket_t bracket = { centre - 1.0, below, centre + 1.0, above };
     bracket = bracket.is_right_stronger() ? bracket_t{ centre, magnitude[peak], centre + 1.0, above }
                                           : bracket_t{ centre - 1.0, below, centre, magnitude[peak] };
-    const double position = bisect(bracket, [&](double bin) {
-        const double w = -(((bin - points * 0.5) * 2.0 * common_lib::pi) / points);
-        return cal_point_magnitude(stripped.data(), used, w);
-    });
+    const double position = bisect(bracket,
+                                   [&](double bin)
+                                   {
+                                       const double w = -(((bin - points * 0.5) * 2.0 * common_lib::pi) / points);
+                                       return cal_point_magnitude(stripped.data(), used, w);
+                                   });
     demod_cfg.carrier_frequency_offset = ((rate / points) * (position - points * 0.5)) / static_cast<double>(m_power_);
     return true;
 }
@@ -352,7 +355,8 @@ bool lib_dma_phy_frequency_correct_t::_deal_dma_freqency_error_estimate_cps(std:
     std::int64_t start_time = common_lib::lib_test_t::get_current_time();
     const float_array coarse = lib_dma_phy_common_t::gen_target_array(-rate * 0.125f, step, rate * 0.125f, 1.0f);
     const float coarse_best = find_best_candidate(coarse, stripped, power, rate, coarse_bins);
-    common_log::print_trace_time("lib_dma_phy_frequency_correct_t::_deal_dma_freqency_error_estimate_cps time first step: ", start_time);
+    common_log::print_trace_time("lib_dma_phy_frequency_correct_t::_deal_dma_freqency_error_estimate_cps time first step: ",
+                                 start_time);
 
     start_time = common_lib::lib_test_t::get_current_time();
     const float fine_step = static_cast<float>(static_cast<double>(step) * 2.0 * 0.03125);
@@ -360,7 +364,8 @@ bool lib_dma_phy_frequency_correct_t::_deal_dma_freqency_error_estimate_cps(std:
     for (float& candidate : fine)
         candidate += coarse_best;
     demod_cfg.carrier_frequency_offset = static_cast<double>(find_best_candidate(fine, stripped, power, rate, fine_bins));
-    common_log::print_trace_time("lib_dma_phy_frequency_correct_t::_deal_dma_freqency_error_estimate_cps time second step: ", start_time);
+    common_log::print_trace_time("lib_dma_phy_frequency_correct_t::_deal_dma_freqency_error_estimate_cps time second step: ",
+                                 start_time);
     return true;
 }
 
@@ -415,8 +420,9 @@ bool lib_dma_phy_frequency_correct_t::deal_fft(complex_double_array& data, std::
     std::uint32_t segments = 1;
     if (!deal_data_segmentation(length, segments))
     {
-        common_log::print_trace_line("lib_fourier_transform_t::_deal_fft Report: Info: DFT Length can NOT be segmentated, memory alloc "
-                                     "might fail!");
+        common_log::print_trace_line(
+            "lib_fourier_transform_t::_deal_fft Report: Info: DFT Length can NOT be segmentated, memory alloc "
+            "might fail!");
         segments = 1;
     }
     if (segments == 1)
@@ -429,7 +435,8 @@ bool lib_dma_phy_frequency_correct_t::deal_fft(complex_double_array& data, std::
     for (std::size_t start = 0; start < data.size(); start += points)
     {
         const std::size_t stop = std::min<std::size_t>(data.size(), start + points);
-        complex_double_array segment(data.begin() + static_cast<std::ptrdiff_t>(start), data.begin() + static_cast<std::ptrdiff_t>(stop));
+        complex_double_array segment(data.begin() + static_cast<std::ptrdiff_t>(start),
+                                     data.begin() + static_cast<std::ptrdiff_t>(stop));
         succeeded = deal_transform(points, segment, inverse, 1) && succeeded;
         for (std::size_t i = 0; i < points; ++i)
             folded[i] += segment[i] * share;

@@ -22,8 +22,9 @@ public:
     /// Chooses an estimator by the segment's format and writes `carrier_frequency_offset`, Hz.
     /// @param data  one sample a symbol (OQPSK: at the working rate); may come back shortened and rescaled
     /// @return always true
-    bool frequency_error_correct(const lib_dma_frame_configure_manager_t& frame_cfg, std::uint32_t segment_index, complex_array& data,
-                                 lib_dma_demod_config_mgr& demod_cfg, lib_dma_psk_modulation_param& psk_param);
+    bool frequency_error_correct(const lib_dma_frame_configure_manager_t& frame_cfg, std::uint32_t segment_index,
+                                 complex_array& data, lib_dma_demod_config_mgr& demod_cfg,
+                                 lib_dma_psk_modulation_param& psk_param);
     /// Copies what the estimators need of a segment. @return true
     bool set_config(const lib_dma_frame_configure_manager_t& frame_cfg, std::uint32_t segment_index,
                     const lib_dma_psk_modulation_param& psk_param);
@@ -36,8 +37,8 @@ public:
     /// @throws std::out_of_range when the peak lies at the very first or last bin
     /// Source: D. C. Rife, R. R. Boorstyn, "Single-tone parameter estimation from discrete-time observations", IEEE Trans.
     /// Inf. Theory 20(5), 1974.
-    bool _deal_dma_freqency_error_estimate_dft(complex_array& data, lib_dma_demod_config_mgr& demod_cfg, std::uint64_t sample_rate,
-                                               std::uint64_t search_band, std::uint32_t fft_size);
+    bool _deal_dma_freqency_error_estimate_dft(complex_array& data, lib_dma_demod_config_mgr& demod_cfg,
+                                               std::uint64_t sample_rate, std::uint64_t search_band, std::uint32_t fft_size);
     /// Trial frequencies over +-1/8 symbol rate, scored by how strongly the amplitude-weighted phase histogram concentrates.
     /// @param data        cut to 1000 samples and normalised to unit rms
     /// @param step_ratio  coarse step over the symbol rate

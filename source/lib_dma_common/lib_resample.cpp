@@ -15,8 +15,8 @@ void print_line(const char* text)
 
 void announce_long_filter(std::uint64_t up, std::uint64_t down, std::uint64_t tap_count)
 {
-    DMA_LOG_INFO(fmt::format("lib_resample: factors {} : {} need a filter of {} taps; a rate with a smaller ratio is faster.\n", up,
-                             down, tap_count));
+    DMA_LOG_INFO(fmt::format("lib_resample: factors {} : {} need a filter of {} taps; a rate with a smaller ratio is faster.\n",
+                             up, down, tap_count));
 }
 
 void refuse_long_filter(std::uint64_t up, std::uint64_t down, std::uint64_t tap_count)

@@ -93,7 +93,8 @@ std::vector<value_t> resample_filter(std::uint32_t order, std::vector<value_t> e
             }
             const value_t k = static_cast<value_t>(i) + (odd ? value_t(0.5) : value_t(0));
             coefficients[i] += slope / four_pi_squared * (std::cos(2 * pi * k * f1) - std::cos(2 * pi * k * f0)) / (k * k) +
-                               f1 * (slope * f1 + intercept) * sinc(2 * k * f1) - f0 * (slope * f0 + intercept) * sinc(2 * k * f0);
+                               f1 * (slope * f1 + intercept) * sinc(2 * k * f1) -
+                               f0 * (slope * f0 + intercept) * sinc(2 * k * f0);
         }
     }
 
@@ -268,11 +269,12 @@ void lib_resample(std::uint32_t up, std::uint32_t down, std::vector<value_t>& in
     std::vector<tap_t> filter(static_cast<std::size_t>(tap_count + back), tap_t(0));
     using real_tap_t = std::conditional_t<std::is_floating_point_v<value_t>, value_t, float>;
     for (std::size_t i = 0; i < design.size(); ++i)
-        filter[static_cast<std::size_t>(front) + i] = tap_t(static_cast<real_tap_t>(static_cast<double>(p) * design[i] * window[i]));
+        filter[static_cast<std::size_t>(front) + i] =
+            tap_t(static_cast<real_tap_t>(static_cast<double>(p) * design[i] * window[i]));
 
     std::vector<value_t> converted;
-    upfirdn<value_t, value_t, tap_t>(static_cast<std::uint32_t>(p), static_cast<std::uint32_t>(q), in.data(), in.size(), filter.data(),
-                                     filter.size(), converted);
+    upfirdn<value_t, value_t, tap_t>(static_cast<std::uint32_t>(p), static_cast<std::uint32_t>(q), in.data(), in.size(),
+                                     filter.data(), filter.size(), converted);
     const std::size_t first = std::min<std::size_t>(static_cast<std::size_t>(delay), converted.size());
     const std::size_t last = std::min<std::size_t>(static_cast<std::size_t>(delay + length), converted.size());
     out.assign(converted.begin() + static_cast<std::ptrdiff_t>(first), converted.begin() + static_cast<std::ptrdiff_t>(last));

@@ -17,7 +17,8 @@ float sinc(float x)
     return static_cast<float>(std::sin(angle) / angle);
 }
 
-void upsample(int type, std::uint32_t factor, std::uint32_t length, const float* in_i, const float* in_q, float* out_i, float* out_q)
+void upsample(int type, std::uint32_t factor, std::uint32_t length, const float* in_i, const float* in_q, float* out_i,
+              float* out_q)
 {
     if (factor == 0 || in_i == nullptr || in_q == nullptr || out_i == nullptr || out_q == nullptr)
         return;

@@ -37,12 +37,31 @@ void fill_block(const std::complex<float>* data, const std::complex<float>* phas
     }
 }
 
-/// Fraction and whole part of a timing offset.
-struct sample_delay_t
+/// Zeros in front of and behind the data.
+void pad(complex_array& data, std::size_t front, std::size_t back)
 {
-    double fraction; ///< 0 to 1
-    std::uint32_t whole;
-};
+    data.insert(data.begin(), front, { 0.0f, 0.0f });
+    data.resize(data.size() + back);
+}
+
+std::size_t get_front_padding(std::uint32_t order)
+{
+    return order < 2 ? 0 : order / 2 - 1;
+}
+
+/// Fractional delay of a whole record; samples outside it count as zero.
+void delay_in_place(std::uint32_t order, const double_array& taps, complex_array& data)
+{
+    const std::size_t size = data.size();
+    float_array narrow(std::min<std::size_t>(taps.size(), order));
+    std::transform(taps.begin(), taps.begin() + static_cast<std::ptrdiff_t>(narrow.size()), narrow.begin(),
+                   [](double tap) { return static_cast<float>(tap); });
+    // For an odd order the last output sees one sample more than the usual padding.
+    data.reserve(size + order);
+    pad(data, get_front_padding(order), (order + 1) / 2);
+    common_lib::correlate_real_taps(data.data(), narrow.data(), narrow.size(), data.data(), size);
+    data.resize(size);
+}
 
 void unwrap_cycles(double_array& phases)
 {
@@ -156,7 +175,8 @@ double symbol_timing_recovery_plan::_cal_mean_phase(const complex_array& data)
     complex_array phasors(block);
     for (std::size_t k = 0; k < block; ++k)
     {
-        const double angle = static_cast<double>(static_cast<float>(k)) * -2.0 * common_lib::pi / static_cast<double>(static_cast<float>(sps_));
+        const double angle =
+            static_cast<double>(static_cast<float>(k)) * -2.0 * common_lib::pi / static_cast<double>(static_cast<float>(sps_));
         phasors[k] = common_lib::unit_phasor(static_cast<float>(angle));
     }
     complex_array line(block);
@@ -179,10 +199,13 @@ double symbol_timing_recovery_plan::_cal_mean_phase(const complex_array& data)
     return sum / static_cast<double>(block_phase_.size());
 }
 
-bool symbol_timing_recovery_plan::symbol_timing_recovery_old(complex_array& input, complex_array& output, std::uint32_t& int_delay)
+bool symbol_timing_recovery_plan::symbol_timing_recovery_old(complex_array& input, complex_array& output,
+                                                             std::uint32_t& int_delay)
 {
     std::int64_t start_time = common_lib::lib_test_t::get_current_time();
-    raw_data_ = input;
+    output.clear();
+    output.reserve(input.size() + interp_order_); // room for the filter's padding
+    output = input;
     if (!_cut_to_estimation_range(input))
         DMA_LOG_ERROR("error: symbol_timing_recovery1: input data too less!\n");
 
@@ -197,7 +220,7 @@ bool symbol_timing_recovery_plan::symbol_timing_recovery_old(complex_array& inpu
 
     start_time = common_lib::lib_test_t::get_current_time();
     sinc_fractional_delay_filter_design(static_cast<double>(fraction), interp_order_, filter_taps_);
-    sinc_fractional_delay(interp_order_, filter_taps_, raw_data_, output);
+    delay_in_place(interp_order_, filter_taps_, output);
     common_log::print_trace_time("symbol_timing_recovery1 sinc_fractional_delay time: ", start_time);
 
     const float whole = std::floor(x);
@@ -206,7 +229,8 @@ bool symbol_timing_recovery_plan::symbol_timing_recovery_old(complex_array& inpu
     return true;
 }
 
-bool symbol_timing_recovery_plan::symbol_timing_recovery_new(complex_array& input, complex_array& output, std::uint32_t& int_delay)
+bool symbol_timing_recovery_plan::symbol_timing_recovery_new(complex_array& input, complex_array& output,
+                                                             std::uint32_t& int_delay)
 {
     constexpr std::uint64_t word_bits = 32;
     std::int64_t start_time = common_lib::lib_test_t::get_current_time();
@@ -224,8 +248,8 @@ bool symbol_timing_recovery_plan::symbol_timing_recovery_new(complex_array& inpu
 
     start_time = common_lib::lib_test_t::get_current_time();
     const double word = std::round(fraction * largest_unit_word);
-    sinc_fractional_delay(interp_order_, interp_factor_, word_bits, std::isfinite(word) ? static_cast<std::uint64_t>(word) : 0, raw_data_,
-                          output);
+    sinc_fractional_delay(interp_order_, interp_factor_, word_bits, std::isfinite(word) ? static_cast<std::uint64_t>(word) : 0,
+                          raw_data_, output);
     common_log::print_trace_time("symbol_timing_recovery sinc_fractional_delay time: ", start_time);
 
     const double whole = std::floor(x);
@@ -263,20 +287,9 @@ void symbol_timing_recovery_plan::sinc_fractional_delay_filter_design(std::uint6
 void symbol_timing_recovery_plan::sinc_fractional_delay(std::uint32_t order, const double_array& taps, complex_array& input,
                                                         complex_array& output)
 {
-    const std::size_t size = input.size();
-    const std::size_t front = order < 2 ? 0 : order / 2 - 1;
-    const std::size_t back = order / 2;
-    complex_array padded(front + size + back);
-    std::copy(input.begin(), input.end(), padded.begin() + static_cast<std::ptrdiff_t>(front));
-    input = std::move(padded);
-
-    float_array narrow(std::min<std::size_t>(taps.size(), order));
-    std::transform(taps.begin(), taps.begin() + static_cast<std::ptrdiff_t>(narrow.size()), narrow.begin(),
-                   [](double tap) { return static_cast<float>(tap); });
-    output.assign(size, { 0.0f, 0.0f });
-    // An odd order has one tap more than the padding holds samples for; it would meet a zero.
-    const std::size_t usable = std::min(narrow.size(), front + back + 1);
-    common_lib::correlate_real_taps(input.data(), narrow.data(), usable, output.data(), size);
+    output = input;
+    delay_in_place(order, taps, output);
+    pad(input, get_front_padding(order), order / 2);
 }
 
 void symbol_timing_recovery_plan::sinc_fractional_delay(std::uint32_t order, std::uint32_t interp_factor, std::uint64_t bits,
@@ -284,10 +297,7 @@ void symbol_timing_recovery_plan::sinc_fractional_delay(std::uint32_t order, std
 {
     constexpr std::uint64_t unit_rate_bits = 18;
     const std::size_t size = input.size();
-    const std::size_t front = order < 2 ? 0 : order / 2 - 1;
-    complex_array padded(front + size + order / 2);
-    std::copy(input.begin(), input.end(), padded.begin() + static_cast<std::ptrdiff_t>(front));
-    input = std::move(padded);
+    pad(input, get_front_padding(order), order / 2);
 
     output.clear();
     if (interp_factor == 0 || bits > 44 || bits < unit_rate_bits)
@@ -296,7 +306,8 @@ void symbol_timing_recovery_plan::sinc_fractional_delay(std::uint32_t order, std
     const std::uint64_t step = static_cast<std::uint64_t>(interp_factor) << (bits - unit_rate_bits);
     double_array taps;
     std::uint64_t designed_for = ~std::uint64_t(0);
-    for (std::uint64_t position = delay_word; position / one < size + (delay_word >= one ? 1 : 0) && output.size() < size; position += step)
+    for (std::uint64_t position = delay_word; position / one < size + (delay_word >= one ? 1 : 0) && output.size() < size;
+         position += step)
     {
         const std::uint64_t fraction = position % one;
         const std::size_t base = static_cast<std::size_t>(position / one);

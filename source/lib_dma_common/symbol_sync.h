@@ -54,8 +54,8 @@ public:
     /// @param[out] output    as many samples as input had
     static void sinc_fractional_delay(std::uint32_t order, const double_array& taps, complex_array& input, complex_array& output);
     /// Fixed-point form: reads the input at the times delay_word / 2^bits + k * interp_factor / 2^18.
-    static void sinc_fractional_delay(std::uint32_t order, std::uint32_t interp_factor, std::uint64_t bits, std::uint64_t delay_word,
-                                      complex_array& input, complex_array& output);
+    static void sinc_fractional_delay(std::uint32_t order, std::uint32_t interp_factor, std::uint64_t bits,
+                                      std::uint64_t delay_word, complex_array& input, complex_array& output);
 
     /// Whole-sample delays of the older fixed-point filters. @return 0 for an order that is not 4 to 16
     static std::uint32_t cal_timing_recovery_fix_int_delay(std::uint32_t order);

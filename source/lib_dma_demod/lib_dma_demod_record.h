@@ -30,18 +30,18 @@ struct demod_setting_t
     bool equalizer = false;
     double equalizer_coef = 5e-05;
     lib_dma_sync_pattern_t sync_pattern_type = LIB_DMA_SYNC_BIT_PATTERN;
-    float clock_adjust = 0.0f; ///< symbols
-    float sync_offset = 0.0f;  ///< symbols
+    float clock_adjust = 0.0f;               ///< symbols
+    float sync_offset = 0.0f;                ///< symbols
     bool constellation_setting_flag = false; ///< the map below was defined by the user
     constellation_map const_iq_map;
-    std::uint32_t timing_start = 0;      ///< working samples dropped by the timing recovery
-    std::uint32_t pre_num = 64;          ///< working samples of run-in at either end
-    std::uint64_t sample_rate = 2000000; ///< Hz, of the capture
-    std::uint32_t data_start = 0;        ///< samples of the capture
-    std::uint32_t sps = 4;               ///< working samples per symbol
-    std::uint32_t head_len = 0;          ///< working samples
+    std::uint32_t timing_start = 0;       ///< working samples dropped by the timing recovery
+    std::uint32_t pre_num = 64;           ///< working samples of run-in at either end
+    std::uint64_t sample_rate = 2000000;  ///< Hz, of the capture
+    std::uint32_t data_start = 0;         ///< samples of the capture
+    std::uint32_t sps = 4;                ///< working samples per symbol
+    std::uint32_t head_len = 0;           ///< working samples
     std::uint32_t equalizer_head_len = 0; ///< symbols
-    bool iq_offset_flag = true;          ///< the IQ offset is computed
+    bool iq_offset_flag = true;           ///< the IQ offset is computed
 };
 
 /// Arrays that a run fills on its way.
@@ -56,5 +56,16 @@ struct demod_work_t
     complex_array meas_data;      ///< at sps, then at points_per_symbol: the measured waveform
     complex_array meas_symbol;    ///< one a symbol: for the impairment figures
     complex_array ref_symbol;     ///< one a symbol
+
+    /// Empties the arrays. The memory of the long ones goes back to where a run begins, so that the next one of the same
+    /// length asks the system for none.
+    void clear()
+    {
+        iq_data.swap(ref_data);
+        timing_data.swap(meas_data);
+        for (complex_array* array : { &iq_data, &symbol_data, &timing_data, &sync_symbol, &decided_symbol, &ref_data, &meas_data,
+                                      &meas_symbol, &ref_symbol })
+            array->clear();
+    }
 };
 } // namespace vrim::dma_demod_lib

@@ -88,7 +88,8 @@ std::complex<float> slice_sector(std::complex<float> point, float rotation, cons
     const std::complex<float> turn = unit_phasor(rotation);
     for (std::size_t k = 0; k < border_count; ++k)
     {
-        if (k == 0 ? angle > -half_sectors[0] && angle <= half_sectors[0] : angle > half_sectors[k - 1] && angle <= half_sectors[k])
+        if (k == 0 ? angle > -half_sectors[0] && angle <= half_sectors[0]
+                   : angle > half_sectors[k - 1] && angle <= half_sectors[k])
             return complex_product(unit_phasor(static_cast<float>(k) * sector), turn);
         if (k > 0 && angle > -half_sectors[k] && angle <= -half_sectors[k - 1])
             return complex_product(unit_phasor(-static_cast<float>(k) * sector), turn);
@@ -96,6 +97,12 @@ std::complex<float> slice_sector(std::complex<float> point, float rotation, cons
     return complex_product(unit_phasor(single_pi), turn);
 }
 } // namespace
+
+inline std::complex<float> lib_dma_psk_demod_t::_judge(std::complex<float> point) const
+{
+    const std::complex<float> decided = judge_table_.decide_point(complex_product(point, std::conj(judge_turn_)));
+    return complex_product(decided, judge_turn_);
+}
 
 lib_dma_psk_demod_t::lib_dma_psk_demod_t()
 {
@@ -105,7 +112,7 @@ lib_dma_psk_demod_t::lib_dma_psk_demod_t()
 void lib_dma_psk_demod_t::init()
 {
     setting = {}; // the defaults stand beside the members
-    work = {};
+    work.clear();
     psk_format = psk_format_default;
     rotation_angle_ = 0.0f;
     judge_map.clear();
@@ -160,6 +167,7 @@ bool lib_dma_psk_demod_t::lib_dma_psk_demod_process(std::uint32_t segment_index,
     if (!psk_carrier_sync(psk_param, phase_line, residual_frequency, fit_coefficients, phase_track))
         return false;
     raw_time.resize(static_cast<std::size_t>(setting.meas_interval) * setting.points_per_symbol);
+    raw_time.shrink_to_fit();
     common_log::print_trace_line(fmt::format("raw time data len is {}", raw_time.size()));
 
     double phase_shift = 0.0;
@@ -188,7 +196,7 @@ bool lib_dma_psk_demod_t::lib_dma_psk_demod_process(std::uint32_t segment_index,
 
 void lib_dma_psk_demod_t::clear()
 {
-    work = {};
+    work.clear();
     judge_map.clear();
     judge_table_.clear();
     judge_map_made_ = false;
@@ -216,9 +224,11 @@ bool lib_dma_psk_demod_t::timing_recovery()
 bool lib_dma_psk_demod_t::psk_carrier_sync(const lib_dma_psk_modulation_param& psk_param, float_array& phase_line,
                                            double& residual_frequency, float_array& fit_coefficients, float_array& phase_track)
 {
-    const auto detect = [&](std::complex<float> r, const demod_stage::carrier_error_t&) -> demod_stage::carrier_error_t {
-        const std::complex<float> d = psk_judge(psk_format, r, psk_param.rotation_angle);
-        return { lib_common_math_t::get_complex_phase(complex_quotient(r, d)), lib_common_math_t::get_complex_amplitude(r - d) };
+    _update_judge_map(psk_format, psk_param.rotation_angle);
+    const auto detect = [this](std::complex<float> r, const demod_stage::carrier_error_t&) -> demod_stage::carrier_error_t
+    {
+        const std::complex<float> d = _judge(r);
+        return { common_lib::phase_of(complex_quotient(r, d)), common_lib::amplitude_of(r - d) };
     };
     phase_line.clear();
     residual_frequency = 0.0;
@@ -253,8 +263,8 @@ bool lib_dma_psk_demod_t::psk_carrier_sync(const lib_dma_psk_modulation_param& p
 
 bool lib_dma_psk_demod_t::symbol_detect(lib_dma_phy_data_manager_t& data_manager)
 {
-    const float rotation = data_manager.get_psk_modulation_param().rotation_angle;
-    const auto judge = [&](std::complex<float> symbol) { return psk_judge(psk_format, symbol, rotation); };
+    _update_judge_map(psk_format, data_manager.get_psk_modulation_param().rotation_angle);
+    const auto judge = [this](std::complex<float> symbol) { return _judge(symbol); };
     demod_stage::deal_symbol_decision(work.timing_data, setting.sps, work.meas_data, work.decided_symbol, judge);
     // Decisions were taken in the standing frame; the transmit filter saw the turning one.
     if (const double step = cal_psk_reference_step(psk_format); step != 0.0)
@@ -264,17 +274,16 @@ bool lib_dma_psk_demod_t::symbol_detect(lib_dma_phy_data_manager_t& data_manager
 
 bool lib_dma_psk_demod_t::ref_data_generate(lib_dma_demod_config_mgr& config)
 {
-    complex_array ref;
+    complex_array& ref = work.ref_data;
+    ref.swap(work.iq_data); // the block has served; its memory is as long as the reference
+    work.iq_data.clear();
     complex_array taps;
-    demod_stage::deal_pulse_upsampling(setting.ref_filter_type, work.decided_symbol, setting.sps, ref);
-    if (demod_stage::generate_pulse_taps(setting.ref_filter_type, setting.filter_length, setting.filter_alpha, setting.sps, filter_, taps))
-    {
-        demod_stage::deal_pulse_shaping(taps, ref);
-        if (setting.ref_filter_type == LIB_DMA_REF_GAUSSIAN_FILTER)
-            demod_stage::deal_hold_shift(setting.sps, ref);
-        const std::uint32_t delay = demod_stage::cal_reference_delay(setting.ref_filter_type, setting.filter_length, setting.sps);
-        demod_stage::deal_reference_align(delay, work.decided_symbol.size() * setting.sps, ref);
-    }
+    const std::uint32_t delay = demod_stage::cal_reference_delay(setting.ref_filter_type, setting.filter_length, setting.sps);
+    // Without taps the reference goes on unfiltered.
+    if (!demod_stage::generate_pulse_taps(setting.ref_filter_type, setting.filter_length, setting.filter_alpha, setting.sps,
+                                          filter_, taps))
+        taps.clear();
+    demod_stage::generate_reference_waveform(setting.ref_filter_type, taps, work.decided_symbol, setting.sps, delay, ref);
     // The measurement lost its turn by a continuous line, so the reference loses it continuously too.
     if (const double step = cal_psk_reference_step(psk_format); step != 0.0)
         demod_stage::deal_sample_ramp(step, setting.sps, ref);
@@ -291,7 +300,6 @@ bool lib_dma_psk_demod_t::ref_data_generate(lib_dma_demod_config_mgr& config)
     config.carrier_frequency_offset += fine_frequency;
 
     demod_stage::deal_head_cut(setting.head_len, setting.sps, work.meas_data, ref);
-    work.ref_data = std::move(ref);
     setting.meas_interval *= setting.points_per_symbol;
     demod_stage::deal_result_rate(setting.sps, setting.points_per_symbol, work.meas_data);
     demod_stage::deal_result_rate(setting.sps, setting.points_per_symbol, work.ref_data);
@@ -308,7 +316,8 @@ bool lib_dma_psk_demod_t::psk_decode_bit(std::uint32_t segment_index, lib_dma_ph
     decision_table_t table;
     table.load(setting.constellation_setting_flag ? setting.const_iq_map : judge_map);
     // The judge's map stands in the turned frame, a user's map in that of the symbols.
-    const std::complex<float> turn = setting.constellation_setting_flag ? std::complex<float>(1.0f, 0.0f) : unit_phasor(-rotation);
+    const std::complex<float> turn =
+        setting.constellation_setting_flag ? std::complex<float>(1.0f, 0.0f) : unit_phasor(-rotation);
     const auto decide = [&](std::complex<float> symbol) { return table.decide_index(complex_product(symbol, turn)); };
 
     std::vector<std::uint32_t>& decoded = data_manager.get_decode_bit(segment_index);
@@ -356,10 +365,12 @@ bool lib_dma_psk_demod_t::psk_decode_bit(std::uint32_t segment_index, lib_dma_ph
     switch (demod_stage::deal_window_scale(setting.points_per_symbol, work.meas_data, work.ref_data, level))
     {
     case demod_stage::window_scale_t::no_reference:
-        common_log::print_trace_line(fmt::format("psk_decode_bit::rms_normalize Report: Data array has a too small rms0: {}", level));
+        common_log::print_trace_line(
+            fmt::format("psk_decode_bit::rms_normalize Report: Data array has a too small rms0: {}", level));
         return false;
     case demod_stage::window_scale_t::no_measurement:
-        common_log::print_trace_line(fmt::format("psk_decode_bit::rms_normalize Report: Data array has a too small rms2: {}", level));
+        common_log::print_trace_line(
+            fmt::format("psk_decode_bit::rms_normalize Report: Data array has a too small rms2: {}", level));
         return false;
     case demod_stage::window_scale_t::done:
         break;
@@ -379,8 +390,8 @@ std::uint32_t lib_dma_psk_demod_t::_cal_window_start(const lib_dma_phy_data_mana
     }
     const std::uint32_t window_start =
         demod_stage::cal_window_start(bit_position, bits_per_symbol, setting.sync_offset, setting.points_per_symbol);
-    setting.data_start = demod_stage::cal_window_data_start(setting.data_start, window_start, setting.symbol_rate, setting.sample_rate,
-                                                            setting.sps);
+    setting.data_start = demod_stage::cal_window_data_start(setting.data_start, window_start, setting.symbol_rate,
+                                                            setting.sample_rate, setting.sps);
     return window_start;
 }
 
@@ -436,7 +447,8 @@ bool lib_dma_psk_demod_t::error_cal(std::uint32_t segment_index, lib_dma_phy_dat
 
     data_manager.get_error_vector(segment_index) = std::move(figures.error_vector);
     lib_dma_phy_common_t::float_to_complex_arr(std::move(figures.mag_error), data_manager.get_mag_error_vector(segment_index));
-    lib_dma_phy_common_t::float_to_complex_arr(std::move(figures.phase_error), data_manager.get_phase_error_vector(segment_index));
+    lib_dma_phy_common_t::float_to_complex_arr(std::move(figures.phase_error),
+                                               data_manager.get_phase_error_vector(segment_index));
     return true;
 }
 
@@ -465,17 +477,18 @@ bool lib_dma_psk_demod_t::cal_demod_param(lib_dma_demod_config_mgr& config)
     return true;
 }
 
-std::complex<float> lib_dma_psk_demod_t::psk_judge(lib_dma_psk_modulation_type_t format, std::complex<float> point, float rotation)
+std::complex<float> lib_dma_psk_demod_t::psk_judge(lib_dma_psk_modulation_type_t format, std::complex<float> point,
+                                                   float rotation)
 {
-    if (!judge_map_made_ || judge_format_ != format || judge_rotation_ != rotation)
-        _update_judge_map(format, rotation);
-    const std::complex<float> decided = judge_table_.decide_point(complex_product(point, unit_phasor(-rotation)));
-    return complex_product(decided, unit_phasor(rotation));
+    _update_judge_map(format, rotation);
+    return _judge(point);
 }
 
 void lib_dma_psk_demod_t::_update_judge_map(lib_dma_psk_modulation_type_t format, float rotation)
 {
     using common_lib::lib_constellation_psk_t;
+    if (judge_map_made_ && judge_format_ == format && judge_rotation_ == rotation)
+        return;
     judge_map.clear();
     bool turned = false;
     switch (format)
@@ -506,6 +519,7 @@ void lib_dma_psk_demod_t::_update_judge_map(lib_dma_psk_modulation_type_t format
     judge_table_.load(judge_map);
     judge_format_ = format;
     judge_rotation_ = rotation;
+    judge_turn_ = unit_phasor(rotation);
     judge_map_made_ = true;
 }
 

@@ -85,17 +85,21 @@ public:
     constellation_map judge_map; ///< the format's points as `psk_judge` left them
 
 private:
+    /// Makes the map of a format and rotation unless it stands already.
     void _update_judge_map(lib_dma_psk_modulation_type_t format, float rotation);
+    /// Decision on the map that stands.
+    std::complex<float> _judge(std::complex<float> point) const;
     float_array _get_search_rotations() const;
     /// Moves the window and the data start to what the search has found.
     std::uint32_t _cal_window_start(const lib_dma_phy_data_manager_t& data_manager, std::uint32_t segment_index,
                                     std::uint32_t bits_per_symbol, std::uint32_t& bit_position);
 
-    common_lib::lib_filter_t filter_; ///< measurement and reference filter in turn
-    float rotation_angle_ = 0.0f;     ///< radians, of the segment's modulation
-    decision_table_t judge_table_;    ///< `judge_map`, laid out for walking
+    common_lib::lib_filter_t filter_;                                 ///< measurement and reference filter in turn
+    float rotation_angle_ = 0.0f;                                     ///< radians, of the segment's modulation
+    decision_table_t judge_table_;                                    ///< `judge_map`, laid out for walking
     lib_dma_psk_modulation_type_t judge_format_ = psk_format_default; ///< what `judge_map` was made for
     float judge_rotation_ = 0.0f;
+    std::complex<float> judge_turn_ = { 1.0f, 0.0f }; ///< e^(j judge_rotation_)
     bool judge_map_made_ = false;
 };
 } // namespace vrim::dma_demod_lib

@@ -1,6 +1,6 @@
 #include "support/lib_common_math.h"
 
-#include "support/internal/trigonometry.h"
+#include "support/internal/complex_ops.h"
 #include "support/internal/vector_clones.h"
 
 #include <bit>
@@ -22,36 +22,46 @@ void fill_amplitudes(const std::complex<float>* in, std::size_t count, float* ou
     }
 }
 
+/// @param parts  real and imaginary parts in turn
 DMA_VECTOR_CLONES
-void fill_finite_phases(const std::complex<float>* in, std::size_t count, float* out)
+void fill_finite_phases(const float* parts, std::size_t count, float* out)
 {
     for (std::size_t i = 0; i < count; ++i)
-        out[i] = static_cast<float>(angle_of_finite(static_cast<double>(in[i].imag()), static_cast<double>(in[i].real())));
+        out[i] = static_cast<float>(angle_of_finite(static_cast<double>(parts[2 * i + 1]), static_cast<double>(parts[2 * i])));
 }
 
-double sum_of_squares(const complex_array& in)
+/// Sum of re^2 + im^2 in eight partial sums, so that long arrays do not wait for one chain of additions.
+DMA_VECTOR_CLONES
+double sum_of_squares(const float* parts, std::size_t count)
 {
-    double sum = 0.0;
-    for (const std::complex<float>& value : in)
+    constexpr std::size_t lanes = 8;
+    double partial[lanes] = {};
+    const std::size_t whole = count / lanes * lanes;
+    for (std::size_t i = 0; i < whole; i += lanes)
     {
-        const double re = static_cast<double>(value.real());
-        const double im = static_cast<double>(value.imag());
-        sum += re * re + im * im;
+        for (std::size_t k = 0; k < lanes; ++k)
+        {
+            const double value = static_cast<double>(parts[i + k]);
+            partial[k] += value * value;
+        }
     }
+    double sum = 0.0;
+    for (std::size_t i = whole; i < count; ++i)
+        sum += static_cast<double>(parts[i]) * static_cast<double>(parts[i]);
+    for (const double value : partial)
+        sum += value;
     return sum;
 }
 } // namespace
 
 float lib_common_math_t::get_complex_amplitude(std::complex<float> value)
 {
-    const double re = static_cast<double>(value.real());
-    const double im = static_cast<double>(value.imag());
-    return static_cast<float>(std::sqrt(re * re + im * im));
+    return amplitude_of(value);
 }
 
 float lib_common_math_t::get_complex_phase(std::complex<float> value)
 {
-    return static_cast<float>(angle_of(static_cast<double>(value.imag()), static_cast<double>(value.real())));
+    return phase_of(value);
 }
 
 void lib_common_math_t::get_complex_array_amplitude(const complex_array& in, float_array& out)
@@ -63,7 +73,7 @@ void lib_common_math_t::get_complex_array_amplitude(const complex_array& in, flo
 void lib_common_math_t::get_complex_array_phase(const complex_array& in, float_array& out)
 {
     out.resize(in.size());
-    fill_finite_phases(in.data(), in.size(), out.data());
+    fill_finite_phases(reinterpret_cast<const float*>(in.data()), in.size(), out.data());
     // Zeros, infinities and the like come out as not-a-number or plainly wrong above; they are rare enough to mend here.
     for (std::size_t i = 0; i < in.size(); ++i)
     {
@@ -76,7 +86,8 @@ float lib_common_math_t::get_complex_array_rms(const complex_array& in)
 {
     if (in.empty())
         return 0.0f;
-    return static_cast<float>(std::sqrt(sum_of_squares(in) / static_cast<double>(in.size())));
+    const double sum = sum_of_squares(reinterpret_cast<const float*>(in.data()), 2 * in.size());
+    return static_cast<float>(std::sqrt(sum / static_cast<double>(in.size())));
 }
 
 float lib_common_math_t::get_data_max_amplitude(const complex_array& in)

@@ -92,7 +92,8 @@ bool lib_filter_t::generate_filter_data(complex_array& taps) const
     const double sps = static_cast<double>(oversampling_ratio_);
     const double centre = static_cast<double>(span) / 2.0;
     double_array values(filter_type_ == filter_half_sine ? oversampling_ratio_ : span + 1);
-    const auto fill = [&](auto&& shape) {
+    const auto fill = [&](auto&& shape)
+    {
         for (std::size_t i = 0; i < values.size(); ++i)
             values[i] = shape((static_cast<double>(i) - centre) / sps);
     };
@@ -133,8 +134,6 @@ void lib_filter_t::deal_filter(const complex_array& taps, complex_array& data, l
         return;
     const std::size_t first = delay_type == filter_delay_compensated ? (taps.size() - 1) / 2 : 0;
     const std::size_t count = delay_type == filter_delay_full ? data.size() + taps.size() - 1 : data.size();
-    complex_array out;
-    convolve(taps, data, first, count, out);
-    data = std::move(out);
+    convolve(taps, data, first, count, data);
 }
 } // namespace vrim::common_lib

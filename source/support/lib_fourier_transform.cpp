@@ -17,9 +17,9 @@ void transform_array(complex_array& array, std::uint32_t fft_length, bool invers
     // Single precision would lose digits with the length; channel power sums a million bins.
     complex_double_array wide(array.begin(), array.end());
     transform_rows(wide.data(), 1, wide.size(), inverse, inverse ? 1.0 / static_cast<double>(wide.size()) : 1.0);
-    std::transform(wide.begin(), wide.end(), array.begin(), [](const std::complex<double>& value) {
-        return std::complex<float>(static_cast<float>(value.real()), static_cast<float>(value.imag()));
-    });
+    std::transform(wide.begin(), wide.end(), array.begin(),
+                   [](const std::complex<double>& value)
+                   { return std::complex<float>(static_cast<float>(value.real()), static_cast<float>(value.imag())); });
 }
 } // namespace
 

@@ -40,6 +40,19 @@ float_array design_prototype(std::uint64_t up, std::uint64_t down)
                    [&](double tap) { return static_cast<float>(tap * static_cast<double>(up) / sum); });
     return narrow;
 }
+
+/// stream[i] = in[begin + i * step], zero outside; `begin` may lie before the data.
+void take_stream(const complex_array& in, std::ptrdiff_t begin, std::ptrdiff_t step, complex_array& stream)
+{
+    const std::ptrdiff_t size = static_cast<std::ptrdiff_t>(in.size());
+    const std::ptrdiff_t count = static_cast<std::ptrdiff_t>(stream.size());
+    const std::ptrdiff_t from = std::clamp<std::ptrdiff_t>((step - 1 - begin) / step, 0, count);
+    const std::ptrdiff_t to = std::clamp<std::ptrdiff_t>((size - begin + step - 1) / step, from, count);
+    std::fill(stream.begin(), stream.begin() + from, std::complex<float>(0.0f, 0.0f));
+    for (std::ptrdiff_t i = from; i < to; ++i)
+        stream[static_cast<std::size_t>(i)] = in[static_cast<std::size_t>(begin + i * step)];
+    std::fill(stream.begin() + to, stream.end(), std::complex<float>(0.0f, 0.0f));
+}
 } // namespace
 
 bool lib_resampler_t::deal_polyphase_resampling(const complex_array& in, complex_array& out, std::uint64_t up, std::uint64_t down,
@@ -61,7 +74,7 @@ bool lib_resampler_t::deal_polyphase_resampling(const complex_array& in, complex
     const float_array taps = design_prototype(up, down);
     const std::ptrdiff_t half = static_cast<std::ptrdiff_t>(taps.size() / 2);
     const std::size_t count = static_cast<std::size_t>((in.size() * up + down - 1) / down);
-    complex_array result(count);
+    out.assign(count, { 0.0f, 0.0f });
 
     // Outputs k, k + up, k + 2 up, ... share their taps and stand `down` input samples apart. Split by input index modulo
     // `down`, each class is a few plain correlations over adjacent samples.
@@ -69,7 +82,6 @@ bool lib_resampler_t::deal_polyphase_resampling(const complex_array& in, complex
     const std::ptrdiff_t signed_down = static_cast<std::ptrdiff_t>(down);
     complex_array stream;
     complex_array part;
-    complex_array sum;
     float_array stream_taps;
     for (std::size_t k = 0; k < std::min<std::size_t>(count, static_cast<std::size_t>(up)); ++k)
     {
@@ -81,29 +93,20 @@ bool lib_resampler_t::deal_polyphase_resampling(const complex_array& in, complex
         const std::ptrdiff_t members = (static_cast<std::ptrdiff_t>(taps.size()) - 1 - reach) / signed_up + 1;
         const std::ptrdiff_t oldest = newest - members + 1;
 
-        sum.assign(outputs, { 0.0f, 0.0f });
         for (std::ptrdiff_t residue = 0; residue < std::min(signed_down, members); ++residue)
         {
             const std::ptrdiff_t begin = oldest + residue;
             stream_taps.clear();
             for (std::ptrdiff_t s = begin; s <= newest; s += signed_down)
                 stream_taps.push_back(taps[static_cast<std::size_t>(position + half - s * signed_up)]);
-            stream.assign(outputs + stream_taps.size() - 1, { 0.0f, 0.0f });
-            for (std::size_t i = 0; i < stream.size(); ++i)
-            {
-                const std::ptrdiff_t index = begin + static_cast<std::ptrdiff_t>(i) * signed_down;
-                if (index >= 0 && index < static_cast<std::ptrdiff_t>(in.size()))
-                    stream[i] = in[static_cast<std::size_t>(index)];
-            }
+            stream.resize(outputs + stream_taps.size() - 1);
+            take_stream(in, begin, signed_down, stream);
             part.resize(outputs);
             correlate_real_taps(stream.data(), stream_taps.data(), stream_taps.size(), part.data(), outputs);
             for (std::size_t i = 0; i < outputs; ++i)
-                sum[i] += part[i];
+                out[k + i * static_cast<std::size_t>(up)] += part[i];
         }
-        for (std::size_t i = 0; i < outputs; ++i)
-            result[k + i * static_cast<std::size_t>(up)] = sum[i];
     }
-    out = std::move(result);
     return true;
 }
 } // namespace vrim::common_lib

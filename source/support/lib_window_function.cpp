@@ -26,17 +26,19 @@ void fill_window(complex_array& out, std::uint32_t length, bool periodic, shape_
 
 void lib_window_function_t::generate_gauss_window(complex_array& out, std::uint32_t length, bool periodic, double alpha)
 {
-    fill_window(out, length, periodic, [alpha](double position) {
-        const double x = alpha * position;
-        return std::exp(-0.5 * x * x);
-    });
+    fill_window(out, length, periodic,
+                [alpha](double position)
+                {
+                    const double x = alpha * position;
+                    return std::exp(-0.5 * x * x);
+                });
 }
 
 void lib_window_function_t::generate_kaiser_window(complex_array& out, std::uint32_t length, bool periodic, double beta)
 {
     const double peak = bessel_i0_of(beta);
-    fill_window(out, length, periodic, [beta, peak](double position) {
-        return bessel_i0_of(beta * std::sqrt(std::max(0.0, 1.0 - position * position))) / peak;
-    });
+    fill_window(out, length, periodic,
+                [beta, peak](double position)
+                { return bessel_i0_of(beta * std::sqrt(std::max(0.0, 1.0 - position * position))) / peak; });
 }
 } // namespace vrim::common_lib

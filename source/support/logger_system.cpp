@@ -10,8 +10,8 @@ namespace
 {
 void write_to_standard_error(const log_record_t& record)
 {
-    std::string text = fmt::format("[{}] [{}] {}:{} {}: {}", record.module, record.level, record.file, record.line, record.function,
-                                   record.message);
+    std::string text = fmt::format("[{}] [{}] {}:{} {}: {}", record.module, record.level, record.file, record.line,
+                                   record.function, record.message);
     if (text.back() != '\n')
         text += '\n';
     // One call, so that lines of several threads do not mix.
@@ -26,8 +26,8 @@ logger_system_t& logger_system_t::get_instance()
     return *instance;
 }
 
-void logger_system_t::log_write(const std::string& module, bool flag, log_level_t level, const std::string& file, std::uint32_t line,
-                                const std::string& function, const std::string& message)
+void logger_system_t::log_write(const std::string& module, bool flag, log_level_t level, const std::string& file,
+                                std::uint32_t line, const std::string& function, const std::string& message)
 {
     std::shared_ptr<const sink_t> sink;
     log_level_t lowest = log_level_error;

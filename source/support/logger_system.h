@@ -19,13 +19,13 @@ constexpr log_level_t log_level_end = 4;   ///< an error that ends a step by des
 /// One message as it reaches the sink.
 struct log_record_t
 {
-    std::string module;   ///< always "DMA_LIB" from inside the library
-    bool flag = false;    ///< always false from inside the library
+    std::string module; ///< always "DMA_LIB" from inside the library
+    bool flag = false;  ///< always false from inside the library
     log_level_t level = log_level_info;
-    std::string file;     ///< source file, relative to the project
+    std::string file; ///< source file, relative to the project
     std::uint32_t line = 0;
     std::string function;
-    std::string message;  ///< the text after formatting; placeholders of %-style stand in it as they are
+    std::string message; ///< the text after formatting; placeholders of %-style stand in it as they are
 };
 
 /// The process-wide logger. All operations may be called from any thread.

@@ -11,11 +11,7 @@ namespace vrim::dma_demod_lib::demod_stage
 {
 void deal_carrier_symbols(const complex_array& timing_data, std::uint32_t pre_num, std::uint32_t sps, complex_array& symbols)
 {
-    complex_array inner;
-    lib_dma_phy_common_t::check_valid_data_size(timing_data, pre_num, static_cast<std::uint32_t>(timing_data.size()) - 2 * pre_num,
-                                                inner);
-    symbols.clear();
-    lib_dma_phy_common_t::downsample(inner, static_cast<float>(sps), symbols);
+    lib_dma_phy_common_t::take_inner_symbols(timing_data, pre_num, sps, symbols);
     common_lib::lib_normalization_t::rms_normalize(symbols);
 }
 

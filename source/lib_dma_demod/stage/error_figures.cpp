@@ -89,7 +89,8 @@ error_figures_t cal_error_figures(const complex_array& meas, const complex_array
     summary.mag_err_min = percent(get_value(mag_points, summary.mag_err_min_idx));
 
     float_array phase_points = pick_symbols(figures.phase_error, points_per_symbol);
-    summary.phase_err_rms = static_cast<float>(static_cast<double>(lib_dma_phy_common_t::get_float_array_rms(phase_points)) / norm);
+    summary.phase_err_rms =
+        static_cast<float>(static_cast<double>(lib_dma_phy_common_t::get_float_array_rms(phase_points)) / norm);
     summary.phase_err_max_idx = find_extreme(phase_points, is_larger);
     summary.phase_err_max = get_value(phase_points, summary.phase_err_max_idx);
     summary.phase_err_min_idx = find_extreme(phase_points, is_smaller);

@@ -15,8 +15,8 @@ void scale_to_unit_gain(std::uint32_t sps, complex_array& taps)
         tap = { tap.real() / root, tap.imag() / root };
 }
 
-meas_filter_result_t deal_meas_filter(lib_dma_meas_filter_type_t type, std::uint32_t filter_length, float alpha, std::uint32_t sps,
-                                      lib_filter_t& filter, complex_array& data)
+meas_filter_result_t deal_meas_filter(lib_dma_meas_filter_type_t type, std::uint32_t filter_length, float alpha,
+                                      std::uint32_t sps, lib_filter_t& filter, complex_array& data)
 {
     complex_array taps;
     meas_filter_result_t result = { true, true };

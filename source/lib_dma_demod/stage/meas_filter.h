@@ -18,8 +18,8 @@ struct meas_filter_result_t
 /// @param filter  keeps the kind that is set; types without a prototype of their own use the kind it was left with
 /// @param alpha   roll-off or time-bandwidth product
 /// @param sps     samples per symbol of `data`
-meas_filter_result_t deal_meas_filter(lib_dma_meas_filter_type_t type, std::uint32_t filter_length, float alpha, std::uint32_t sps,
-                                      common_lib::lib_filter_t& filter, complex_array& data);
+meas_filter_result_t deal_meas_filter(lib_dma_meas_filter_type_t type, std::uint32_t filter_length, float alpha,
+                                      std::uint32_t sps, common_lib::lib_filter_t& filter, complex_array& data);
 
 /// Divides taps by the single-precision root of `sps`: prototypes of unit energy come out with unit gain.
 void scale_to_unit_gain(std::uint32_t sps, complex_array& taps);

@@ -4,6 +4,7 @@
 #include "lib_dma_common/lib_resample.h"
 #include "lib_dma_demod/stage/meas_filter.h"
 #include "support/internal/complex_ops.h"
+#include "support/internal/fir_kernel.h"
 #include "support/lib_common_math.h"
 #include "support/lib_convolution.h"
 
@@ -18,6 +19,59 @@ namespace
 // Reference filters by number; 6 has no enumerator of its own.
 constexpr std::uint32_t ref_edge_filter = 6;
 constexpr float no_signal = 1e-12f;
+
+/// Symbols between zeros through the filter, without the products with zeros: each of the `sps` phases of the output is a
+/// correlation of the symbols with every sps-th tap.
+void generate_pulse_train(const complex_array& taps, const complex_array& symbols, std::uint32_t sps, std::uint32_t delay,
+                          complex_array& ref)
+{
+    const std::size_t ratio = sps;
+    const std::size_t reach = (taps.size() + ratio - 1) / ratio; // symbols that one output sees
+    const std::size_t filtered = symbols.size() * ratio + taps.size() - 1;
+    const std::size_t count = filtered > delay ? std::min(symbols.size() * ratio, filtered - delay) : 0;
+    ref.resize(count);
+
+    complex_array padded(symbols.size() + 2 * reach + delay / ratio + 1, { 0.0f, 0.0f });
+    const float gain = static_cast<float>(sps);
+    for (std::size_t i = 0; i < symbols.size(); ++i)
+        padded[reach - 1 + i] = gain * symbols[i];
+
+    float_array phase_taps;
+    complex_array part;
+    for (std::size_t i = 0; i < std::min(ratio, count); ++i)
+    {
+        const std::size_t first = delay + i; // place in the whole convolution
+        const std::size_t phase = first % ratio;
+        phase_taps.clear();
+        for (std::size_t k = 0; k < reach; ++k)
+        {
+            const std::size_t tap = phase + (reach - 1 - k) * ratio;
+            phase_taps.push_back(tap < taps.size() ? taps[tap].real() : 0.0f);
+        }
+        part.resize((count - i + ratio - 1) / ratio);
+        common_lib::correlate_real_taps(padded.data() + first / ratio, phase_taps.data(), reach, part.data(), part.size());
+        for (std::size_t k = 0; k < part.size(); ++k)
+            ref[i + k * ratio] = part[k];
+    }
+}
+
+/// Held symbols through the filter. Holding moves the symbols' centres by (sps - 1) / 2 samples, perhaps a half sample;
+/// at twice the rate that is a whole number and is taken back.
+void generate_held_pulses(const complex_array& taps, const complex_array& symbols, std::uint32_t sps, std::uint32_t delay,
+                          complex_array& ref)
+{
+    const std::size_t count = symbols.size() * sps;
+    deal_pulse_upsampling(LIB_DMA_REF_GAUSSIAN_FILTER, symbols, sps, ref);
+    common_lib::lib_convolution_t::deal_fft_convolution(taps, ref);
+    complex_array doubled;
+    lib_resample<std::complex<float>>(2, 1, ref, doubled);
+    const auto drop_first = [](complex_array& data, std::size_t samples)
+    { data.erase(data.begin(), data.begin() + static_cast<std::ptrdiff_t>(std::min(samples, data.size()))); };
+    drop_first(doubled, sps == 0 ? 0 : sps - 1);
+    lib_dma_phy_common_t::downsample(doubled, 2.0f, ref);
+    drop_first(ref, delay);
+    ref.resize(std::min(count, ref.size()));
+}
 } // namespace
 
 void deal_pulse_upsampling(lib_dma_ref_filter_type_t type, const complex_array& symbols, std::uint32_t sps, complex_array& ref)
@@ -85,25 +139,15 @@ bool generate_pulse_taps(lib_dma_ref_filter_type_t type, std::uint32_t filter_le
     return !taps.empty();
 }
 
-void deal_pulse_shaping(const complex_array& taps, complex_array& ref)
+void generate_reference_waveform(lib_dma_ref_filter_type_t type, const complex_array& taps, const complex_array& symbols,
+                                 std::uint32_t sps, std::uint32_t delay, complex_array& ref)
 {
-    common_lib::lib_convolution_t::deal_fft_convolution(taps, ref);
-}
-
-void deal_hold_shift(std::uint32_t sps, complex_array& ref)
-{
-    complex_array doubled;
-    lib_resample<std::complex<float>>(2, 1, ref, doubled);
-    const std::size_t shift = std::min<std::size_t>(sps == 0 ? 0 : sps - 1, doubled.size());
-    doubled.erase(doubled.begin(), doubled.begin() + static_cast<std::ptrdiff_t>(shift));
-    lib_dma_phy_common_t::downsample(doubled, 2.0f, ref);
-}
-
-void deal_reference_align(std::uint32_t delay, std::size_t count, complex_array& ref)
-{
-    const std::size_t first = std::min<std::size_t>(delay, ref.size());
-    ref.erase(ref.begin(), ref.begin() + static_cast<std::ptrdiff_t>(first));
-    ref.resize(std::min(count, ref.size()));
+    if (taps.empty())
+        deal_pulse_upsampling(type, symbols, sps, ref);
+    else if (type == LIB_DMA_REF_GAUSSIAN_FILTER)
+        generate_held_pulses(taps, symbols, sps, delay, ref);
+    else
+        generate_pulse_train(taps, symbols, sps, delay, ref);
 }
 
 void deal_sample_ramp(double step, std::uint32_t sps, complex_array& ref)
@@ -132,9 +176,8 @@ void deal_head_cut(std::uint32_t head_len, std::uint32_t sps, complex_array& mea
 {
     meas.resize(std::min(meas.size(), ref.size()));
     const std::size_t head = head_len < sps ? head_len : head_len - sps;
-    const auto drop = [head](complex_array& data) {
-        data.erase(data.begin(), data.begin() + static_cast<std::ptrdiff_t>(std::min(head, data.size())));
-    };
+    const auto drop = [head](complex_array& data)
+    { data.erase(data.begin(), data.begin() + static_cast<std::ptrdiff_t>(std::min(head, data.size()))); };
     drop(meas);
     drop(ref);
 }
@@ -145,12 +188,13 @@ void deal_result_rate(std::uint32_t sps, std::uint32_t points_per_symbol, comple
     lib_dma_phy_common_t::downsample(data, static_cast<float>(ratio), data);
 }
 
-void take_result_symbols(const complex_array& data, std::uint32_t points_per_symbol, std::uint32_t tail_symbols, complex_array& symbols)
+void take_result_symbols(const complex_array& data, std::uint32_t points_per_symbol, std::uint32_t tail_symbols,
+                         complex_array& symbols)
 {
     const std::size_t tail = static_cast<std::size_t>(points_per_symbol) * tail_symbols;
     const std::size_t kept = data.size() > tail ? data.size() - tail : 0;
     symbols.clear();
-    lib_dma_phy_common_t::downsample(complex_array(data.begin(), data.begin() + static_cast<std::ptrdiff_t>(kept)),
-                                     static_cast<float>(points_per_symbol), symbols);
+    for (std::size_t i = 0; i < kept && points_per_symbol != 0; i += points_per_symbol)
+        symbols.push_back(data[i]);
 }
 } // namespace vrim::dma_demod_lib::demod_stage

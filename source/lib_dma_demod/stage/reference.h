@@ -22,14 +22,11 @@ std::uint32_t cal_reference_delay(lib_dma_ref_filter_type_t type, std::uint32_t 
 bool generate_pulse_taps(lib_dma_ref_filter_type_t type, std::uint32_t filter_length, float alpha, std::uint32_t sps,
                          common_lib::lib_filter_t& filter, complex_array& taps);
 
-/// Filters the reference; both rails see the same real taps. The result is longer by the taps less one.
-void deal_pulse_shaping(const complex_array& taps, complex_array& ref);
-
-/// Takes back the half symbol by which holding has moved the symbols' centres; it may be a half sample.
-void deal_hold_shift(std::uint32_t sps, complex_array& ref);
-
-/// Keeps `count` samples from `delay` on, or what there is of them.
-void deal_reference_align(std::uint32_t delay, std::size_t count, complex_array& ref);
+/// Ideal waveform of a row of symbols through the reference filter, `sps` samples a symbol, symbol 0 at sample 0.
+/// @param delay  of the filter, samples
+/// @param taps   real taps; without any the symbols stand unfiltered and undelayed
+void generate_reference_waveform(lib_dma_ref_filter_type_t type, const complex_array& taps, const complex_array& symbols,
+                                 std::uint32_t sps, std::uint32_t delay, complex_array& ref);
 
 /// Turns sample k back by k * `step` / `sps` radians: the continuous form of a fixed turn per symbol, formed in double.
 /// @param step  radians per symbol

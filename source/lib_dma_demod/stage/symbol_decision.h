@@ -10,13 +10,13 @@
 namespace vrim::dma_demod_lib::demod_stage
 {
 /// Cuts the timed signal to whole symbols, brings its symbols to unit rms and decides them.
-/// @param timing_data     samples at `sps`; comes back empty, its samples going to `meas_data`
+/// @param timing_data     samples at `sps`; comes back empty, its samples having gone to `meas_data`
 /// @param[out] decided    judge(symbol) of every symbol
 template <typename judge_t>
 void deal_symbol_decision(complex_array& timing_data, std::uint32_t sps, complex_array& meas_data, complex_array& decided,
                           judge_t&& judge)
 {
-    meas_data = std::move(timing_data);
+    meas_data.swap(timing_data);
     timing_data.clear();
     meas_data.resize(meas_data.size() / sps * sps);
     decided.clear();

@@ -19,9 +19,13 @@ constexpr float no_level = 1e-12f;
 template <typename value_t>
 void keep_slice(std::vector<value_t>& data, std::uint32_t start, std::uint32_t length)
 {
-    std::vector<value_t> slice;
-    lib_dma_phy_common_t::check_valid_data_size(data, start, length, slice);
-    data = std::move(slice);
+    const std::uint32_t size = static_cast<std::uint32_t>(data.size());
+    if (start >= size)
+        return;
+    const std::uint32_t stop = start + length; // wraps like the slice of `check_valid_data_size`
+    if (stop <= size && length <= size)
+        data.resize(stop);
+    data.erase(data.begin(), data.begin() + start);
 }
 
 template <typename value_t>
@@ -71,9 +75,8 @@ void cut_decoded(const window_t& window, std::int64_t offset, std::int64_t stop,
 void cut_decoded_tail(const window_t& window, std::int64_t offset, window_cut_t& cut, std::vector<std::uint32_t>& decoded)
 {
     const std::int64_t first = static_cast<std::int64_t>(window.sync_symbol_index) - offset;
-    const auto keep_from = [&decoded](std::int64_t position) {
-        keep_slice(decoded, static_cast<std::uint32_t>(position), static_cast<std::uint32_t>(decoded.size()));
-    };
+    const auto keep_from = [&decoded](std::int64_t position)
+    { keep_slice(decoded, static_cast<std::uint32_t>(position), static_cast<std::uint32_t>(decoded.size())); };
     cut.decoded_cut = false;
     cut.offset_rejected = true;
     if (first < 0)
@@ -151,7 +154,8 @@ std::uint32_t cal_window_data_start(std::uint32_t data_start, std::uint32_t wind
     const std::uint64_t divisor = std::gcd(symbol_rate, sample_rate);
     const double numerator = symbol_rate == 0 ? 1.0 : static_cast<double>(sample_rate / divisor);
     const double denominator = divisor == 0 ? 0.0 : static_cast<double>(symbol_rate / divisor) * static_cast<double>(sps);
-    const double position = static_cast<double>(data_start) + std::round(numerator * static_cast<double>(window_start) / denominator);
+    const double position =
+        static_cast<double>(data_start) + std::round(numerator * static_cast<double>(window_start) / denominator);
     constexpr double largest = 4294967295.0;
     return position >= 0.0 && position <= largest ? static_cast<std::uint32_t>(position) : data_start;
 }

@@ -28,15 +28,16 @@ std::vector<std::uint32_t> decide_symbols(const complex_array& data, std::uint32
 struct sync_search_t
 {
     bool found = false;
-    std::uint32_t bit_position = 0;       ///< of the pattern's first bit
-    float rotation = 0.0f;                ///< radians, last turn tried
-    std::vector<std::uint32_t> decoded;   ///< indices at the last turn tried
+    std::uint32_t bit_position = 0;     ///< of the pattern's first bit
+    float rotation = 0.0f;              ///< radians, last turn tried
+    std::vector<std::uint32_t> decoded; ///< indices at the last turn tried
 };
 
 /// First position of the pattern in the indices' bits, most significant first, searched symbol by symbol in linear time.
 /// @param pattern  whole symbols; an empty one is found at once
 /// @return position in bits, or -1
-std::int64_t find_sync_pattern(const std::vector<std::uint32_t>& indices, const bit_array& pattern, std::uint32_t bits_per_symbol);
+std::int64_t find_sync_pattern(const std::vector<std::uint32_t>& indices, const bit_array& pattern,
+                               std::uint32_t bits_per_symbol);
 
 /// Tries the turns in order until the pattern is found. The turns add up on the search copy, which is not restored in
 /// between.
@@ -83,8 +84,8 @@ struct window_t
 
 struct window_cut_t
 {
-    bool too_short = false; ///< the data end before the window does
-    bool decoded_cut = false; ///< the decoded symbols are those of a sync word; otherwise the decode flag is to be cleared
+    bool too_short = false;       ///< the data end before the window does
+    bool decoded_cut = false;     ///< the decoded symbols are those of a sync word; otherwise the decode flag is to be cleared
     bool offset_rejected = false; ///< the sync offset points outside; it is to be set to 0
 };
 

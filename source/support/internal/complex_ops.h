@@ -23,6 +23,20 @@ inline std::complex<float> unit_phasor(float angle)
     return { static_cast<float>(turn.cosine), static_cast<float>(turn.sine) };
 }
 
+/// sqrt(re^2 + im^2), formed in double and narrowed.
+inline float amplitude_of(std::complex<float> value)
+{
+    const double re = static_cast<double>(value.real());
+    const double im = static_cast<double>(value.imag());
+    return static_cast<float>(std::sqrt(re * re + im * im));
+}
+
+/// Angle in radians, -pi to pi.
+inline float phase_of(std::complex<float> value)
+{
+    return static_cast<float>(angle_of(static_cast<double>(value.imag()), static_cast<double>(value.real())));
+}
+
 inline bool is_finite(std::complex<float> value)
 {
     return std::isfinite(value.real()) && std::isfinite(value.imag());

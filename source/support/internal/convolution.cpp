@@ -12,7 +12,7 @@ namespace vrim::common_lib
 namespace
 {
 // Measured crossing of the vector loop and the transforms, samples at the working rate.
-constexpr std::size_t longest_direct_kernel = 192;
+constexpr std::size_t longest_direct_kernel = 64;
 constexpr std::size_t shortest_transform = 1024;
 // Rows that are transformed together: enough for the vector code of the transform, few enough to stay in the cache.
 constexpr std::size_t rows_at_once = 8;
@@ -46,7 +46,8 @@ void convolve_directly(const complex_array& kernel, const complex_array& data, s
         return;
     }
     complex_array padded(count + taps - 1);
-    copy_with_zeros(data, static_cast<std::ptrdiff_t>(first) - static_cast<std::ptrdiff_t>(taps - 1), padded.size(), padded.data());
+    copy_with_zeros(data, static_cast<std::ptrdiff_t>(first) - static_cast<std::ptrdiff_t>(taps - 1), padded.size(),
+                    padded.data());
     float_array reversed(taps);
     std::transform(kernel.rbegin(), kernel.rend(), reversed.begin(), [](std::complex<float> tap) { return tap.real(); });
     out.resize(count);
@@ -77,11 +78,15 @@ void convolve_by_transforms(const complex_array& kernel, const complex_array& da
     wide.resize(length);
     transform_rows(wide.data(), 1, length, false, 1.0);
     complex_array spectrum(length);
-    std::transform(wide.begin(), wide.end(), spectrum.begin(), [](std::complex<double> bin) {
-        return std::complex<float>(static_cast<float>(bin.real()), static_cast<float>(bin.imag()));
-    });
+    std::transform(wide.begin(), wide.end(), spectrum.begin(),
+                   [](std::complex<double> bin)
+                   { return std::complex<float>(static_cast<float>(bin.real()), static_cast<float>(bin.imag())); });
 
-    complex_array result(count);
+    // `out` may be `data`: what a later block still needs of the overwritten samples is kept aside.
+    const bool in_place = &out == &data;
+    complex_array overwritten;
+    if (!in_place || out.size() < count)
+        out.resize(count);
     const std::size_t blocks = (count + step - 1) / step;
     complex_array rows(std::min(blocks, rows_at_once) * length);
     for (std::size_t block = 0; block < blocks; block += rows_at_once)
@@ -92,6 +97,15 @@ void convolve_by_transforms(const complex_array& kernel, const complex_array& da
             const std::size_t position = first + (block + row) * step;
             copy_with_zeros(data, static_cast<std::ptrdiff_t>(position) - static_cast<std::ptrdiff_t>(taps - 1), length,
                             rows.data() + row * length);
+            if (row == 0 && in_place)
+                std::copy(overwritten.begin(), overwritten.end(), rows.begin());
+        }
+        if (in_place)
+        {
+            overwritten.resize(taps - 1);
+            const std::size_t next = first + (block + row_count) * step;
+            copy_with_zeros(data, static_cast<std::ptrdiff_t>(next) - static_cast<std::ptrdiff_t>(taps - 1), taps - 1,
+                            overwritten.data());
         }
         transform_rows(rows.data(), row_count, length, false, 1.0f);
         for (std::size_t row = 0; row < row_count; ++row)
@@ -106,10 +120,10 @@ void convolve_by_transforms(const complex_array& kernel, const complex_array& da
             const std::size_t begin = (block + row) * step;
             const std::size_t valid = std::min(step, count - begin);
             const std::complex<float>* samples = rows.data() + row * length + (taps - 1);
-            std::copy(samples, samples + valid, result.begin() + static_cast<std::ptrdiff_t>(begin));
+            std::copy(samples, samples + valid, out.begin() + static_cast<std::ptrdiff_t>(begin));
         }
     }
-    out = std::move(result);
+    out.resize(count);
 }
 
 void convolve(const complex_array& kernel, const complex_array& data, std::size_t first, std::size_t count, complex_array& out)

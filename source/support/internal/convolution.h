@@ -16,6 +16,6 @@ void convolve_directly(const complex_array& kernel, const complex_array& data, s
 void convolve_by_transforms(const complex_array& kernel, const complex_array& data, std::size_t first, std::size_t count,
                             complex_array& out);
 
-/// The cheaper of the two. The choice depends on the kernel's length alone.
+/// The cheaper of the two; `out` may be `data` in all three. The choice depends on the kernel's length alone.
 void convolve(const complex_array& kernel, const complex_array& data, std::size_t first, std::size_t count, complex_array& out);
 } // namespace vrim::common_lib

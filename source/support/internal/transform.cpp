@@ -3,6 +3,9 @@
 // Plans are small beside the data and costly to make; a host analyses capture after capture of the same shape.
 #define POCKETFFT_CACHE_SIZE 16
 #define POCKETFFT_NO_MULTITHREADING
+// aligned_alloc wants sizes that are multiples of the alignment, which the header does not ask for; this makes it align by
+// itself.
+#define _LIBCPP_HAS_NO_ALIGNED_ALLOCATION
 #include <pocketfft_hdronly.h>
 
 namespace vrim::common_lib

@@ -5,7 +5,7 @@
 #include <cstdint>
 
 /// Sine, cosine and arc tangent in double precision, as plain arithmetic: they give the same bits with any C library and
-/// processor, and loops over arrays of them become vector code. Error below 1e-15.
+/// processor, and loops over arrays of them become vector code. Errors below 1e-15 and, for the angle, 1e-13.
 namespace vrim::common_lib
 {
 struct sine_cosine_t
@@ -36,17 +36,18 @@ inline sine_cosine_t sine_cosine_reduced(double angle)
     const double x = ((angle - quarters * quarter_a) - quarters * quarter_b) - quarters * quarter_c;
 
     const double z = x * x;
-    const double sine =
-        x + (x * z) * (-1.66666666666666324348e-01 +
-                       z * (8.33333333332248946124e-03 +
-                            z * (-1.98412698298579493134e-04 +
-                                 z * (2.75573137070700676789e-06 + z * (-2.50507602534068634195e-08 + z * 1.58969099521155010221e-10)))));
+    const double sine = x + (x * z) * (-1.66666666666666324348e-01 +
+                                       z * (8.33333333332248946124e-03 +
+                                            z * (-1.98412698298579493134e-04 +
+                                                 z * (2.75573137070700676789e-06 +
+                                                      z * (-2.50507602534068634195e-08 + z * 1.58969099521155010221e-10)))));
     const double cosine =
         (1.0 - 0.5 * z) +
-        (z * z) * (4.16666666666666019037e-02 +
-                   z * (-1.38888888888741095749e-03 +
-                        z * (2.48015872894767294178e-05 +
-                             z * (-2.75573143513906633035e-07 + z * (2.08757232129817482790e-09 + z * -1.13596475577881948265e-11)))));
+        (z * z) *
+            (4.16666666666666019037e-02 +
+             z * (-1.38888888888741095749e-03 +
+                  z * (2.48015872894767294178e-05 +
+                       z * (-2.75573143513906633035e-07 + z * (2.08757232129817482790e-09 + z * -1.13596475577881948265e-11)))));
 
     const bool swapped = (quadrant & 1) != 0;
     const double s = swapped ? cosine : sine;
@@ -63,7 +64,7 @@ inline sine_cosine_t sine_cosine(double angle)
 }
 
 /// Angle of the point (x, y) in radians, -pi to pi, for finite parts that are not both 0.
-/// Source: S. L. Moshier, Methods and Programs for Mathematical Functions, Ellis Horwood, 1989 (rational approximation).
+/// Error below 1e-13: the reduction to an eighth of a turn and the power series.
 inline double angle_of_finite(double y, double x)
 {
     constexpr double tangent_of_eighth = 0.41421356237309504880;
@@ -80,18 +81,19 @@ inline double angle_of_finite(double y, double x)
     const double denominator = far ? smaller + larger : larger;
     const double t = numerator / denominator;
     const double z = t * t;
-    const double p = (((-8.750608600031904122785e-1 * z - 1.615753718733365076637e1) * z - 7.500855792314704667340e1) * z -
-                      1.228866684490136173410e2) *
-                         z -
-                     6.485021904942025371773e1;
-    const double q = ((((z + 2.485846490142306297962e1) * z + 1.650270098316988542046e2) * z + 4.328810604912902668951e2) * z +
-                      4.853903996359136964868e2) *
-                         z +
-                     1.945506571482613964425e2;
-    const double base = t + t * (z * (p / q));
+    // The series, folded by pairs so that the products do not wait for each other. At the edge of the range the first term
+    // left out is 3e-14 of the angle.
+    const double z2 = z * z;
+    const double z4 = z2 * z2;
+    const double z8 = z4 * z4;
+    const double low = ((1.0 - z * (1.0 / 3.0)) + z2 * (1.0 / 5.0 - z * (1.0 / 7.0))) +
+                       z4 * ((1.0 / 9.0 - z * (1.0 / 11.0)) + z2 * (1.0 / 13.0 - z * (1.0 / 15.0)));
+    const double high = ((1.0 / 17.0 - z * (1.0 / 19.0)) + z2 * (1.0 / 21.0 - z * (1.0 / 23.0))) +
+                        z4 * ((1.0 / 25.0 - z * (1.0 / 27.0)) + z2 * (1.0 / 29.0 - z * (1.0 / 31.0)));
+    const double base = t * (low + z8 * high);
     const double octant = far ? base + quarter_pi : base;
     const double quadrant = ay > ax ? half_pi - octant : octant;
-    const double half = std::signbit(x) ? whole_pi - quadrant : quadrant;
+    const double half = x < 0.0 ? whole_pi - quadrant : quadrant;
     return std::copysign(half, y);
 }
 
