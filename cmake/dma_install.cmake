@@ -11,7 +11,8 @@ install(TARGETS dma_demod EXPORT dma_demodTargets
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/source/" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/dma_demod"
   FILES_MATCHING PATTERN "*.h"
   PATTERN "stage" EXCLUDE
-  PATTERN "internal" EXCLUDE)
+  PATTERN "internal" EXCLUDE
+  PATTERN "clamp_value.h" EXCLUDE)
 install(EXPORT dma_demodTargets NAMESPACE dma_demod:: DESTINATION "${dma_package_dir}")
 configure_package_config_file("${PROJECT_SOURCE_DIR}/cmake/dma_demodConfig.cmake.in"
   "${PROJECT_BINARY_DIR}/dma_demodConfig.cmake" INSTALL_DESTINATION "${dma_package_dir}")

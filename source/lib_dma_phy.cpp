@@ -1,5 +1,6 @@
 #include "lib_dma_phy.h"
 
+#include "lib_dma_common/lib_dma_phy_common.h"
 #include "lib_dma_common/lib_resample.h"
 #include "lib_dma_common/working_rate.h"
 #include "support/internal/narrow.h"
@@ -121,8 +122,7 @@ std::int32_t lib_dma_phy_t::dma_phy_process()
     double search_length = frame_.get_search_length();
     const std::uint32_t segment_number = frame_.get_segment_number();
     process_state_ = LIB_DMA_PROCESS_RUNNING;
-    data_manager_.init();
-    data_manager_.set_config(frame_);
+    data_manager_.restart(frame_);
     if (segment_number == 0)
     {
         DMA_LOG_END("lib_dma_phy_t::dma_phy_process : error! no segment");
@@ -271,7 +271,21 @@ std::int32_t lib_dma_phy_t::_process_segment(std::uint32_t segment_index, std::u
     }
     common_log::print_trace_time(
         fmt::format("dma_phy_process(equalizer loop number: {})all time: ", config.equalizer_loop_number), passes_start);
+
+    // Always the first entry: of several segments the last one's window stays.
+    data_manager_.get_error_summary(0).carrier_power = _cal_window_power(window_len, config.sample_rate);
     return LIB_DMA_RESULT_OK;
+}
+
+float lib_dma_phy_t::_cal_window_power(std::uint32_t window_len, std::uint64_t sample_rate)
+{
+    constexpr std::uint32_t load_ohms = 100;
+    const float bandwidth = static_cast<float>(frame_.get_bandwidth());
+    const float rate = static_cast<float>(sample_rate);
+    if (window_len == raw_data_.size())
+        return lib_dma_phy_common_t::channel_power(raw_data_, load_ohms, rate, bandwidth, false);
+    cut_block(raw_data_, window_len, 0, window_len, meas_block_);
+    return lib_dma_phy_common_t::channel_power(meas_block_, load_ohms, rate, bandwidth, false);
 }
 
 bool lib_dma_phy_t::deal_demo_process(std::uint32_t segment_index, const complex_array& raw_window,

@@ -119,6 +119,9 @@ private:
     /// Analyses one segment. @param[in,out] search_length  seconds, raised to what the segments need
     std::int32_t _process_segment(std::uint32_t segment_index, std::uint32_t segment_number, double& search_length);
 
+    /// dBm of the first `window_len` samples of the capture within the frame's bandwidth.
+    float _cal_window_power(std::uint32_t window_len, std::uint64_t sample_rate);
+
     lib_dma_main_process_state_t process_state_ = LIB_DMA_PROCESS_STOP;
     lib_dma_frame_configure_manager_t frame_;
     complex_array raw_data_;

@@ -1,5 +1,7 @@
 #include "lib_dma_phy_data_manager.h"
 
+#include <utility>
+
 namespace vrim::dma_demod_lib
 {
 namespace
@@ -32,6 +34,38 @@ bool lib_dma_phy_data_manager_t::init_dma_demod_config(const lib_dma_frame_confi
 {
     _resize(frame.get_segment_number());
     return true;
+}
+
+void lib_dma_phy_data_manager_t::restart(const lib_dma_frame_configure_manager_t& frame)
+{
+    _resize(frame.get_segment_number());
+    const auto empty_all = [](auto& arrays)
+    {
+        for (auto& array : arrays)
+            array.clear();
+    };
+    empty_all(iq_raw_time_);
+    empty_all(iq_meas_time_constellation_);
+    empty_all(iq_ref_time_constellation_);
+    empty_all(error_vector_);
+    empty_all(mag_error_vector_);
+    empty_all(phase_error_vector_);
+    empty_all(decode_bit_);
+    for (error_summary_t& summary : error_summary_)
+    {
+        error_summary_t fresh;
+        fresh.meas_data.swap(summary.meas_data);
+        fresh.ref_data.swap(summary.ref_data);
+        fresh.meas_data.clear();
+        fresh.ref_data.clear();
+        summary = std::move(fresh);
+    }
+    dma_demod_config_mgr_.assign(segment_number_, {});
+    err_table_.assign(segment_number_, {});
+    decode_bit_flag_.assign(segment_number_, false);
+    sync_search_flag_.assign(segment_number_, false);
+    brust_search_flag_.assign(segment_number_, false);
+    psk_modulation_param_ = {};
 }
 
 void lib_dma_phy_data_manager_t::clear_data()

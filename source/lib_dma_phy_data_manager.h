@@ -23,6 +23,8 @@ public:
     /// Sizes every array to the frame's segments; entries that are there stay. @return true
     bool set_config(const lib_dma_frame_configure_manager_t& frame);
     bool init_dma_demod_config(const lib_dma_frame_configure_manager_t& frame);
+    /// What `init` and `set_config` do together, but the memory of the long arrays serves the next run.
+    void restart(const lib_dma_frame_configure_manager_t& frame);
     /// Frees all per-segment arrays. The segment count, the rotation record and the equalizer arrays stay.
     void clear_data();
 

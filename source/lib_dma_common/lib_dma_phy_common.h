@@ -132,6 +132,17 @@ public:
     /// @return as long as `data`
     static float_array center_moving_average(std::uint32_t window, const float_array& data);
 
+    // Power (lib_dma_phy_common_power.cpp)
+
+    /// Power in a band around zero frequency, from a spectrum under a Gaussian window. A band at least as wide as the sample
+    /// rate takes every bin and costs no transform.
+    /// @param load         ohms
+    /// @param sample_rate  Hz
+    /// @param bandwidth    Hz, two-sided; the mean density of the bins inside is multiplied by it
+    /// @param half_power   samples are peak values of a real carrier
+    /// @return dBm; about -90 for silence, not-a-number when no bin lies inside
+    static float channel_power(const complex_array& data, std::uint32_t load, float sample_rate, float bandwidth, bool half_power);
+
     // Carrier phase (lib_dma_phy_common_phase.cpp)
 
     /// Takes the line fit[0] * symbol + fit[1] out of `data`.

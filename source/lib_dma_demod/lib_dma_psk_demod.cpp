@@ -114,7 +114,6 @@ void lib_dma_psk_demod_t::init()
     setting = {}; // the defaults stand beside the members
     work.clear();
     psk_format = psk_format_default;
-    rotation_angle_ = 0.0f;
     judge_map.clear();
     judge_table_.clear();
     judge_map_made_ = false;
@@ -135,15 +134,19 @@ bool lib_dma_psk_demod_t::lib_dma_psk_demod_process(std::uint32_t segment_index,
                                                     lib_dma_demod_config_mgr& config)
 {
     lib_dma_psk_modulation_param& psk_param = data_manager.get_psk_modulation_param();
-    rotation_angle_ = psk_param.rotation_angle;
     complex_array& raw_time = data_manager.get_iq_raw_time(segment_index);
-    raw_time = demod_block;
+    // A run that ends before the carrier stands leaves the whole block to look at.
+    const auto fail_with_block = [&raw_time, &demod_block]
+    {
+        raw_time = demod_block;
+        return false;
+    };
     work.iq_data = demod_block;
 
     if (!meas_filter_process())
-        return false;
+        return fail_with_block();
     if (!timing_recovery())
-        return false;
+        return fail_with_block();
     lib_dma_phy_common_t::downsample(work.timing_data, static_cast<float>(setting.sps), work.symbol_data);
 
     config.carrier_frequency_offset = 0.0;
@@ -154,7 +157,7 @@ bool lib_dma_psk_demod_t::lib_dma_psk_demod_process(std::uint32_t segment_index,
         if (!frequency_correct.frequency_error_correct(*this, segment_index, work.symbol_data, config, psk_param))
         {
             DMA_LOG_ERROR("lib_dma_psk_demod_process::frequency_error_correct error!\n");
-            return false;
+            return fail_with_block();
         }
     }
     const double working_rate = static_cast<double>(setting.sps) * static_cast<double>(setting.symbol_rate);
@@ -165,9 +168,9 @@ bool lib_dma_psk_demod_t::lib_dma_psk_demod_process(std::uint32_t segment_index,
     float_array fit_coefficients;
     float_array phase_track;
     if (!psk_carrier_sync(psk_param, phase_line, residual_frequency, fit_coefficients, phase_track))
-        return false;
-    raw_time.resize(static_cast<std::size_t>(setting.meas_interval) * setting.points_per_symbol);
-    raw_time.shrink_to_fit();
+        return fail_with_block();
+    demod_stage::take_raw_time(demod_block, static_cast<std::size_t>(setting.meas_interval) * setting.points_per_symbol,
+                               raw_time);
     common_log::print_trace_line(fmt::format("raw time data len is {}", raw_time.size()));
 
     double phase_shift = 0.0;
@@ -425,8 +428,7 @@ bool lib_dma_psk_demod_t::error_cal(std::uint32_t segment_index, lib_dma_phy_dat
     if (setting.iq_offset_flag)
         err_table.iq_offset = lib_dma_phy_common_t::iq_offset_cal(figures.error_vector);
 
-    figures.summary.carrier_power = summary.carrier_power; // the driver's figure
-    summary = std::move(figures.summary);
+    demod_stage::take_error_summary(std::move(figures.summary), summary);
     demod_stage::print_error_figures(summary);
     summary.ref_data = work.ref_data;
     summary.meas_data = work.meas_data;

@@ -95,7 +95,6 @@ private:
                                     std::uint32_t bits_per_symbol, std::uint32_t& bit_position);
 
     common_lib::lib_filter_t filter_;                                 ///< measurement and reference filter in turn
-    float rotation_angle_ = 0.0f;                                     ///< radians, of the segment's modulation
     decision_table_t judge_table_;                                    ///< `judge_map`, laid out for walking
     lib_dma_psk_modulation_type_t judge_format_ = psk_format_default; ///< what `judge_map` was made for
     float judge_rotation_ = 0.0f;

@@ -13,13 +13,17 @@ namespace
 template <typename shape_t>
 void fill_window(complex_array& out, std::uint32_t length, bool periodic, shape_t&& shape)
 {
-    out.clear();
-    out.reserve(length);
-    const double span = static_cast<double>(length) + (periodic ? 1.0 : 0.0) - 1.0;
-    for (std::uint32_t i = 0; i < length; ++i)
+    out.assign(length, { 0.0f, 0.0f });
+    const std::uint64_t last = static_cast<std::uint64_t>(length) + (periodic ? 1 : 0) - 1;
+    const double span = static_cast<double>(last);
+    // Both halves mirror each other; a periodic window lacks the last sample of the mirror.
+    for (std::uint64_t i = 0; length != 0 && i <= last / 2; ++i)
     {
-        const double position = span > 0.0 ? (2.0 * static_cast<double>(i) - span) / span : 0.0;
-        out.emplace_back(static_cast<float>(shape(position)), 0.0f);
+        const double position = last > 0 ? (2.0 * static_cast<double>(i) - span) / span : 0.0;
+        const float value = static_cast<float>(shape(position));
+        out[i] = { value, 0.0f };
+        if (last - i < length)
+            out[last - i] = { value, 0.0f };
     }
 }
 } // namespace

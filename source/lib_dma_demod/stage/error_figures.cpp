@@ -106,6 +106,14 @@ error_figures_t cal_error_figures(const complex_array& meas, const complex_array
     return figures;
 }
 
+void take_error_summary(error_summary_t figures, error_summary_t& summary)
+{
+    figures.carrier_power = summary.carrier_power;
+    figures.meas_data.swap(summary.meas_data);
+    figures.ref_data.swap(summary.ref_data);
+    summary = std::move(figures);
+}
+
 void print_error_figures(const error_summary_t& summary)
 {
     const auto print = [](const std::string& text) { common_log::trace_output_t::get_instance().write(text); };

@@ -25,6 +25,10 @@ struct error_figures_t
 error_figures_t cal_error_figures(const complex_array& meas, const complex_array& ref, std::uint32_t points_per_symbol,
                                   lib_dma_evm_normalize_type_t normalization);
 
+/// Moves the figures into the results of a segment. What a comparison does not give stays: the driver's power, and the
+/// waveforms.
+void take_error_summary(error_summary_t figures, error_summary_t& summary);
+
 /// Prints the figures the way the report has them.
 void print_error_figures(const error_summary_t& summary);
 } // namespace vrim::dma_demod_lib::demod_stage

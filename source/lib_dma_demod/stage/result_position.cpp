@@ -7,6 +7,13 @@
 
 namespace vrim::dma_demod_lib::demod_stage
 {
+void take_raw_time(const complex_array& block, std::size_t count, complex_array& raw_time)
+{
+    const std::size_t kept = std::min(count, block.size());
+    raw_time.assign(block.begin(), block.begin() + static_cast<std::ptrdiff_t>(kept));
+    raw_time.resize(count, { 0.0f, 0.0f });
+}
+
 bool cal_result_position(demod_setting_t& setting, lib_dma_demod_config_mgr& config)
 {
     const std::uint64_t divisor = std::gcd(setting.symbol_rate, setting.sample_rate);

@@ -1,0 +1,90 @@
+#include "lib_dma_common/lib_dma_phy_common.h"
+
+#include "support/internal/transform.h"
+#include "support/lib_window_function.h"
+
+#include <cmath>
+#include <cstddef>
+
+namespace vrim::dma_demod_lib
+{
+namespace
+{
+constexpr double gauss_width = 4.8;
+
+/// Power of the windowed spectrum, scaled by 1 / N, and the count of bins it was taken over.
+struct band_power_t
+{
+    double power = 0.0;
+    std::size_t bins = 0;
+};
+
+/// The sum over all bins is that over the samples (Parseval), which needs no transform.
+band_power_t cal_whole_power(const complex_array& data, const complex_array& window)
+{
+    double sum = 0.0;
+    for (std::size_t i = 0; i < data.size(); ++i)
+    {
+        const double weight = static_cast<double>(window[i].real());
+        const double re = weight * static_cast<double>(data[i].real());
+        const double im = weight * static_cast<double>(data[i].imag());
+        sum += re * re + im * im;
+    }
+    return { sum / static_cast<double>(data.size()), data.size() };
+}
+
+band_power_t cal_band_power(const complex_array& data, const complex_array& window, float sample_rate, float bandwidth)
+{
+    const std::size_t size = data.size();
+    complex_double_array spectrum(size);
+    for (std::size_t i = 0; i < size; ++i)
+        spectrum[i] = static_cast<double>(window[i].real()) * std::complex<double>(data[i]);
+    common_lib::transform_rows(spectrum.data(), 1, size, false, 1.0 / static_cast<double>(size));
+
+    const double half_band = static_cast<double>(bandwidth) / 2.0;
+    const std::size_t middle = size / 2;
+    band_power_t band;
+    for (std::size_t i = 0; i < size; ++i)
+    {
+        // Bins in rising order of frequency; the upper half of the transform holds the negative ones.
+        const double frequency =
+            (static_cast<double>(i) - static_cast<double>(middle)) / static_cast<double>(size) * static_cast<double>(sample_rate);
+        if (std::abs(frequency) > half_band)
+            continue;
+        const std::complex<double> bin = spectrum[(i + size - middle) % size];
+        band.power += bin.real() * bin.real() + bin.imag() * bin.imag();
+        ++band.bins;
+    }
+    return band;
+}
+} // namespace
+
+float lib_dma_phy_common_t::channel_power(const complex_array& data, std::uint32_t load, float sample_rate, float bandwidth,
+                                          bool half_power)
+{
+    constexpr double no_power = 1e-12;
+    const std::size_t size = data.size();
+    complex_array window;
+    common_lib::lib_window_function_t::generate_gauss_window(window, static_cast<std::uint32_t>(size), false, gauss_width);
+    float sum = 0.0f;
+    float sum_of_squares = 0.0f;
+    for (const std::complex<float>& weight : window)
+    {
+        sum += weight.real();
+        sum_of_squares += weight.real() * weight.real();
+    }
+    const float count = static_cast<float>(size);
+    const float coherent_gain = sum / count;
+    const float noise_bandwidth = (sum_of_squares / count) / (coherent_gain * coherent_gain) * (sample_rate / count);
+
+    const band_power_t band =
+        bandwidth >= sample_rate ? cal_whole_power(data, window) : cal_band_power(data, window, sample_rate, bandwidth);
+    const double amplitude_scale =
+        static_cast<double>(coherent_gain) * static_cast<double>(coherent_gain) * (half_power ? 2.0 : 1.0);
+    const double density = band.power / amplitude_scale / static_cast<double>(load) / static_cast<double>(noise_bandwidth);
+    const double power = static_cast<double>(bandwidth) / static_cast<double>(band.bins) * density;
+    if (power < no_power)
+        return static_cast<float>(10.0 * std::log10(static_cast<double>(1e-9f)));
+    return static_cast<float>(10.0 * std::log10(power * 1000.0));
+}
+} // namespace vrim::dma_demod_lib
