@@ -1,0 +1,16 @@
+# Installs the build into an empty folder, then configures, builds and runs a consumer that knows nothing else.
+file(REMOVE_RECURSE "${WORK_DIR}")
+function(run)
+  execute_process(COMMAND ${ARGN} RESULT_VARIABLE status OUTPUT_VARIABLE output ERROR_VARIABLE output)
+  if(NOT status EQUAL 0)
+    message(FATAL_ERROR "failed: ${ARGN}\n${output}")
+  endif()
+endfunction()
+run("${CMAKE_COMMAND}" --install "${BUILD_DIR}" --prefix "${WORK_DIR}/prefix")
+if(EXISTS "${WORK_DIR}/prefix/include/dma_demod/lib_dma_demod/stage")
+  message(FATAL_ERROR "stage/ must not be installed")
+endif()
+run("${CMAKE_COMMAND}" -G Ninja -S "${CONSUMER_DIR}" -B "${WORK_DIR}/build" "-DCMAKE_PREFIX_PATH=${WORK_DIR}/prefix"
+    "-DCMAKE_CXX_FLAGS=${CXX_FLAGS}")
+run("${CMAKE_COMMAND}" --build "${WORK_DIR}/build")
+run("${WORK_DIR}/build/consumer")
