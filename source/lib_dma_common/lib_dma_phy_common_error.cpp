@@ -154,7 +154,9 @@ float lib_dma_phy_common_t::quad_error_cal(const complex_array& symbols, float t
         const float v = std::abs(turn.real() * symbol.real() - turn.imag() * symbol.imag());
         if (v > threshold)
             continue;
-        sum += std::asin(v / lib_common_math_t::get_complex_amplitude(symbol));
+        // On the axis itself the quotient may round to just above 1, which has no arc sine. Not-a-number passes.
+        const float quotient = v / lib_common_math_t::get_complex_amplitude(symbol);
+        sum += std::asin(quotient > 1.0f ? 1.0f : quotient);
         ++count;
     }
     if (count == 0)

@@ -35,7 +35,7 @@ inline float cal_line_value(const sample_line_t& line, double index)
     return static_cast<float>(static_cast<double>(position * line.slope) / line.sps + static_cast<double>(line.intercept));
 }
 
-DMA_VECTOR_CLONES
+DMA_COMPLEX_CLONES
 void turn_back_reduced(std::complex<float>* data, std::size_t count, sample_line_t line)
 {
     for (std::size_t i = 0; i < count; ++i)

@@ -18,7 +18,7 @@ namespace
 constexpr std::size_t block_size = 8;
 constexpr std::size_t exact_in_single = std::size_t(1) << 24;
 
-DMA_VECTOR_CLONES
+DMA_COMPLEX_CLONES
 void multiply_all(std::complex<float>* data, std::size_t count, std::complex<float> factor)
 {
     for (std::size_t i = 0; i < count; ++i)

@@ -134,8 +134,10 @@ public:
         const float turned = static_cast<float>(static_cast<double>(phase) + common_lib::pi);
         if (!std::isfinite(turned))
             return;
-        // The bins are narrow against the tolerance of their edges, so only the next neighbours can hold it too.
-        const std::int64_t guess = static_cast<std::int64_t>(turned / width_);
+        // A bin reaches from the tolerance below its lower edge to the tolerance below its upper one. Rounding moves the
+        // guess by one at most.
+        const std::int64_t guess =
+            static_cast<std::int64_t>((static_cast<double>(turned) + edge_tolerance) / static_cast<double>(width_));
         const std::int64_t last = static_cast<std::int64_t>(size()) - 1;
         for (std::int64_t bin = std::max<std::int64_t>(guess - 1, 0); bin <= std::min(guess + 1, last); ++bin)
         {
@@ -147,10 +149,11 @@ public:
 private:
     bool holds(float turned, std::size_t bin) const
     {
-        constexpr double edge_tolerance = 1e-5;
         return !(static_cast<double>(turned - lower_[bin]) < -edge_tolerance) &&
                static_cast<double>(turned - upper_[bin]) < -edge_tolerance;
     }
+
+    static constexpr double edge_tolerance = 1e-5; // rad
 
     float width_;
     float_array lower_;

@@ -3,6 +3,7 @@
 #include "lib_dma_common/plain_array.h"
 #include "support/internal/complex_ops.h"
 #include "support/internal/fir_kernel.h"
+#include "support/internal/narrow.h"
 #include "support/internal/vector_clones.h"
 #include "support/lib_test.h"
 #include "support/log_macro.h"
@@ -21,7 +22,7 @@ using common_lib::two_pi;
 
 /// A record without signal still has to give a phase.
 constexpr std::complex<float> padding(1e-11f, 1e-11f);
-constexpr double largest_unit_word = 4294967296.0; // 2^32
+constexpr std::uint64_t word_bits = 32; // fractional bits of a delay word
 
 /// amplitude^2 e^(j angle) of one block: the angle depends on the place in the block alone, so its phasors are a table.
 DMA_VECTOR_CLONES
@@ -232,7 +233,6 @@ bool symbol_timing_recovery_plan::symbol_timing_recovery_old(complex_array& inpu
 bool symbol_timing_recovery_plan::symbol_timing_recovery_new(complex_array& input, complex_array& output,
                                                              std::uint32_t& int_delay)
 {
-    constexpr std::uint64_t word_bits = 32;
     std::int64_t start_time = common_lib::lib_test_t::get_current_time();
     raw_data_ = input;
     if (!_cut_to_estimation_range(input))
@@ -247,15 +247,15 @@ bool symbol_timing_recovery_plan::symbol_timing_recovery_new(complex_array& inpu
     common_log::print_trace_time("symbol_timing_recovery cal pm time: ", start_time);
 
     start_time = common_lib::lib_test_t::get_current_time();
-    const double word = std::round(fraction * largest_unit_word);
+    const double word = std::round(std::ldexp(fraction, static_cast<int>(word_bits)));
     sinc_fractional_delay(interp_order_, interp_factor_, word_bits, std::isfinite(word) ? static_cast<std::uint64_t>(word) : 0,
                           raw_data_, output);
     common_log::print_trace_time("symbol_timing_recovery sinc_fractional_delay time: ", start_time);
 
     const double whole = std::floor(x);
     const double delay = whole > 0.0 ? whole : static_cast<double>(sps_) - std::abs(whole);
-    // Whatever is stored stays within the range of the type; below 0 it counts as 0.
-    int_delay = delay > 0.0 && std::isfinite(delay) ? static_cast<std::uint32_t>(delay) : 0;
+    // No clamp at 0 here: a delay below it wraps.
+    int_delay = static_cast<std::uint32_t>(common_lib::saturate<std::int64_t>(delay));
     return true;
 }
 
@@ -300,10 +300,13 @@ void symbol_timing_recovery_plan::sinc_fractional_delay(std::uint32_t order, std
     pad(input, get_front_padding(order), order / 2);
 
     output.clear();
-    if (interp_factor == 0 || bits > 44 || bits < unit_rate_bits)
+    if (interp_factor == 0)
         return;
-    const std::uint64_t one = std::uint64_t(1) << bits;
-    const std::uint64_t step = static_cast<std::uint64_t>(interp_factor) << (bits - unit_rate_bits);
+    // With 32 fractional bits the accumulator holds every record that fits into memory.
+    const std::uint64_t surplus = std::min<std::uint64_t>(bits > word_bits ? bits - word_bits : 0, 63);
+    delay_word = (delay_word >> surplus) << (bits < word_bits ? word_bits - bits : 0);
+    constexpr std::uint64_t one = std::uint64_t(1) << word_bits;
+    const std::uint64_t step = static_cast<std::uint64_t>(interp_factor) << (word_bits - unit_rate_bits);
     double_array taps;
     std::uint64_t designed_for = ~std::uint64_t(0);
     for (std::uint64_t position = delay_word; position / one < size + (delay_word >= one ? 1 : 0) && output.size() < size;
@@ -313,7 +316,7 @@ void symbol_timing_recovery_plan::sinc_fractional_delay(std::uint32_t order, std
         const std::size_t base = static_cast<std::size_t>(position / one);
         if (fraction != designed_for)
         {
-            sinc_fractional_delay_filter_design(fraction, bits, order, taps);
+            sinc_fractional_delay_filter_design(fraction, word_bits, order, taps);
             designed_for = fraction;
         }
         std::complex<float> sum(0.0f, 0.0f);
