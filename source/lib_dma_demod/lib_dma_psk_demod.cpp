@@ -185,6 +185,8 @@ bool lib_dma_psk_demod_t::lib_dma_psk_demod_process(std::uint32_t segment_index,
     data_manager.get_err_table(segment_index).frequency_error = static_cast<float>(config.carrier_frequency_offset);
     DMA_LOG_INFO("Carrier Frequency Offset(Hz) = %.3f\n", config.carrier_frequency_offset);
 
+    if (setting.equalizer)
+        DMA_LOG_ERROR("lib_dma_psk_demod_process: this version has no equalizer yet; the signal is measured without it.\n");
     const bool decoded = psk_decode_bit(segment_index, data_manager);
     const bool rotated = deal_phase_rotation();
     if (!decoded || !rotated)

@@ -20,9 +20,6 @@ using namespace vrim::dma_demod_lib;
 
 namespace
 {
-// Run-in of the filters, both ends together.
-constexpr double run_in_symbols = 180.0;
-constexpr double long_run_in_symbols = 228.0; // MSK and OQPSK
 // The driver's limits of the ratio between the sample rate and its working rate.
 constexpr std::uint64_t largest_rate_ratio = 2000;
 // The driver adds 1e-11 to both parts of every sample: at this rms that is an IQ offset of -57 dB. A record of zeros would be
@@ -31,25 +28,20 @@ constexpr double lowest_rms = 1.0e-8;
 // The squares of a million samples still fit into a float.
 constexpr double highest_peak = 1.0e15;
 
-double cal_run_in_time(const lib_dma_segment_configure_manager_t& segment)
+/// What the driver wants of the capture, seconds.
+struct needed_time_t
 {
-    const lib_dma_format_configure_manager_t& format = segment.get_format_configure();
-    const lib_dma_advance_configure_manager_t& advance = segment.get_advance_configure();
-    const double symbol_rate = static_cast<double>(format.get_symbol_rate());
-    const lib_dma_modulation_type_t group = format.get_format_group();
-    const bool long_flag = group == LIB_DMA_GROUP_MSK || group == LIB_DMA_GROUP_OQPSK;
-    const double filters = (long_flag ? long_run_in_symbols : run_in_symbols) / symbol_rate;
-    const double equalizer =
-        advance.get_equalizer() ? (static_cast<double>(advance.get_equalizer_filter_len()) + 2.0) / symbol_rate : 0.0;
-    return filters + equalizer;
-}
+    double run_in;   ///< both ends together
+    double interval; ///< offset and interval
+};
 
-double cal_interval_time(const lib_dma_segment_configure_manager_t& segment)
+needed_time_t cal_needed_time(const lib_dma_frame_configure_manager_t& frame)
 {
-    const lib_dma_time_configure_manager_t& time = segment.get_time_configure();
-    const double offset = time.get_meas_offset() == -1 ? 0.0 : static_cast<double>(time.get_meas_offset());
-    return (static_cast<double>(time.get_meas_interval()) + offset) /
-           static_cast<double>(segment.get_format_configure().get_symbol_rate());
+    lib_dma_phy_t driver;
+    driver.set_frame_configure(frame);
+    lib_dma_demod_config_mgr lengths;
+    driver.cal_preprocess_param(0, lengths);
+    return { lengths.pre_time + lengths.equalizer_time, lengths.minseglen };
 }
 
 /// Takes the library's log and traces for as long as it lives: standard output stays clean, errors are kept.
@@ -176,13 +168,13 @@ void check_length(const analyze_options_t& options, const lib_dma_frame_configur
     {
         return;
     }
-    const lib_dma_segment_configure_manager_t& segment = frame.get_segment(0);
+    const needed_time_t needed_time = cal_needed_time(frame);
     const double symbol_rate = static_cast<double>(options.symbol_rate);
-    const double run_in = cal_run_in_time(segment) * symbol_rate;
+    const double run_in = needed_time.run_in * symbol_rate;
     const double room = std::floor(static_cast<double>(sample_count) / static_cast<double>(kept) * symbol_rate - run_in -
                                    std::max(0.0, static_cast<double>(options.offset)));
     std::string advice = "record more";
-    if (options.search_length && *options.search_length > cal_interval_time(segment))
+    if (options.search_length && *options.search_length > needed_time.interval)
     {
         advice = "record more or give a shorter --search-length";
     }
@@ -194,7 +186,7 @@ void check_length(const analyze_options_t& options, const lib_dma_frame_configur
         exit_too_short,
         fmt::format("the capture is too short: it has {} samples and the settings need {} ({} symbols of run-in and "
                     "{:.6g} symbols of search length at {:.6g} samples a symbol); {}",
-                    sample_count, needed, run_in, std::max(frame.get_search_length(), cal_interval_time(segment)) * symbol_rate,
+                    sample_count, needed, run_in, std::max(frame.get_search_length(), needed_time.interval) * symbol_rate,
                     static_cast<double>(kept) / symbol_rate, advice));
 }
 
@@ -295,7 +287,8 @@ lib_dma_frame_configure_manager_t make_frame(const analyze_options_t& options, s
     segment.get_time_configure().set_meas_interval(group, options.interval);
     segment.get_time_configure().set_meas_offset(options.offset);
 
-    double search_length = cal_interval_time(segment);
+    const needed_time_t needed_time = cal_needed_time(frame);
+    double search_length = needed_time.interval;
     if (options.search_length)
     {
         search_length = *options.search_length;
@@ -304,7 +297,7 @@ lib_dma_frame_configure_manager_t make_frame(const analyze_options_t& options, s
     {
         // A sync word may stand anywhere. One sample less than there is, against rounding up.
         const double capture_time = (static_cast<double>(sample_count) - 1.0) / static_cast<double>(kept_sample_rate);
-        search_length = std::max(search_length, capture_time - cal_run_in_time(segment));
+        search_length = std::max(search_length, capture_time - needed_time.run_in);
     }
     frame.set_search_length(search_length);
     return frame;
@@ -312,9 +305,9 @@ lib_dma_frame_configure_manager_t make_frame(const analyze_options_t& options, s
 
 std::uint64_t cal_needed_samples(const lib_dma_frame_configure_manager_t& frame, std::uint64_t kept_sample_rate)
 {
-    const lib_dma_segment_configure_manager_t& segment = frame.get_segment(0);
-    const double search_length = std::max(frame.get_search_length(), cal_interval_time(segment));
-    const double samples = std::ceil(static_cast<double>(kept_sample_rate) * (search_length + cal_run_in_time(segment)));
+    const needed_time_t needed_time = cal_needed_time(frame);
+    const double search_length = std::max(frame.get_search_length(), needed_time.interval);
+    const double samples = std::ceil(static_cast<double>(kept_sample_rate) * (search_length + needed_time.run_in));
     return std::max<std::uint64_t>(100U, static_cast<std::uint64_t>(samples));
 }
 

@@ -1,5 +1,7 @@
 #include "rate_plan.h"
 
+#include "lib_dma_common/working_rate.h"
+
 #include <cmath>
 #include <numeric>
 
@@ -43,8 +45,7 @@ rate_plan_t cal_rate_plan(std::uint64_t sample_rate, std::uint64_t symbol_rate, 
 {
     rate_plan_t plan;
     plan.sample_rate = sample_rate;
-    const std::uint64_t even = std::lcm(static_cast<std::uint64_t>(points_per_symbol), std::uint64_t{ 2 });
-    plan.working_samples_per_symbol = points_per_symbol < 8 ? (8 + even - 1) / even * even : even;
+    plan.working_samples_per_symbol = vrim::dma_demod_lib::cal_working_sps(points_per_symbol);
     const std::uint64_t working_rate = symbol_rate * plan.working_samples_per_symbol;
     const std::uint64_t divisor = std::gcd(working_rate, sample_rate);
     plan.up = working_rate / divisor;
