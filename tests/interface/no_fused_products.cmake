@@ -1,0 +1,13 @@
+# Results must not depend on the processor, so the library holds no fused multiply-add, in none of its vector clones.
+execute_process(COMMAND "${OBJDUMP}" -d --no-show-raw-insn "${LIBRARY}" RESULT_VARIABLE status OUTPUT_VARIABLE code)
+if(NOT status EQUAL 0)
+  message(FATAL_ERROR "objdump failed")
+endif()
+string(REGEX MATCH "\n[^\n]*(vfn?m(add|sub)|vfmaddsub|vfmsubadd)[^\n]*" fused "${code}")
+if(fused)
+  message(FATAL_ERROR "a fused product:${fused}")
+endif()
+string(LENGTH "${code}" length)
+if(length LESS 100000)
+  message(FATAL_ERROR "objdump printed next to nothing")
+endif()
