@@ -221,6 +221,7 @@ TEST(DftEstimator, WorksAtOtherEvenSizes)
 TEST(FrequencySetting, TakesThePowerOfEachFormat)
 {
     trace_capture_t trace;
+    log_capture_t log; // value 7 of the QAM formats has no point set
     const complex_array silence(100, { 0.0f, 0.0f });
     const auto expect_power = [&](const lib_dma_frame_configure_manager_t& frame, double power, std::uint32_t order = 2)
     { EXPECT_DOUBLE_EQ(estimate(frame, silence, order), silence_result(power)) << "power " << power; };

@@ -40,7 +40,7 @@ complex_array make_alternation(std::size_t count, double tau, std::uint32_t sps)
 {
     complex_array data(count);
     for (std::size_t n = 0; n < count; ++n)
-        data[n] = std::complex<float>(std::polar(std::cos(pi * (static_cast<double>(n) - tau) / sps), 0.6));
+        data[n] = std::complex<float>(std::cos(pi * (static_cast<double>(n) - tau) / sps) * std::polar(1.0, 0.6));
     return data;
 }
 
