@@ -1,0 +1,500 @@
+#include "psk_accuracy.h"
+
+#include "analysis_runner.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <numbers>
+#include <numeric>
+
+namespace dma_test
+{
+namespace
+{
+constexpr double pi = std::numbers::pi;
+constexpr double unbounded = std::numeric_limits<double>::infinity();
+constexpr std::uint32_t run_in_symbols = 180; // that the analysis wants beside the interval
+constexpr double noisy_snr_db = 30.0;
+const std::array<signal_format_t, 5> all_formats = { signal_format_t::bpsk, signal_format_t::qpsk, signal_format_t::psk8,
+                                                     signal_format_t::qpsk_3pi_4, signal_format_t::psk8_3pi_8 };
+
+std::string get_name(signal_format_t format)
+{
+    return get_signal_format(format).name;
+}
+
+/// A capture with carrier phase and timing that differ from seed to seed, a modest carrier offset, and a margin at the end.
+signal_setting_t make_run(signal_format_t format, double alpha, std::uint32_t symbols, std::uint64_t seed)
+{
+    signal_setting_t signal;
+    signal.format = format;
+    signal.shape = alpha;
+    signal.symbol_count = symbols + run_in_symbols + 20;
+    signal.seed = seed;
+    signal.carrier_offset_hz = 1234.5;
+    signal.carrier_phase = 0.4 + 0.37 * static_cast<double>(seed);
+    signal.timing_symbols = std::fmod(0.13 + 0.21 * static_cast<double>(seed), 1.0);
+    return signal;
+}
+
+analysis_setting_t make_analysis(const signal_setting_t& signal)
+{
+    analysis_setting_t setting;
+    setting.format = signal.format;
+    setting.alpha = signal.shape;
+    setting.symbol_rate = static_cast<std::uint64_t>(signal.symbol_rate);
+    setting.sample_rate = signal.sample_rate;
+    setting.meas_interval = signal.symbol_count - run_in_symbols - 20;
+    return setting;
+}
+
+/// Values of one figure over the runs.
+class figure_t
+{
+public:
+    void add(double value) { values_.push_back(value); }
+    double get_mean() const { return std::accumulate(values_.begin(), values_.end(), 0.0) / static_cast<double>(values_.size()); }
+    double get_rms() const
+    {
+        double sum = 0.0;
+        for (const double value : values_)
+            sum += value * value;
+        return std::sqrt(sum / static_cast<double>(values_.size()));
+    }
+    double get_deviation() const
+    {
+        const double mean = get_mean();
+        double sum = 0.0;
+        for (const double value : values_)
+            sum += (value - mean) * (value - mean);
+        return std::sqrt(sum / static_cast<double>(values_.size() - 1));
+    }
+    double get_median() const
+    {
+        std::vector<double> sorted = values_;
+        std::sort(sorted.begin(), sorted.end());
+        const std::size_t half = sorted.size() / 2;
+        return sorted.size() % 2 == 1 ? sorted[half] : 0.5 * (sorted[half - 1] + sorted[half]);
+    }
+    /// Smallest value that at least `share` of the values do not exceed.
+    double get_quantile(double share) const
+    {
+        std::vector<double> sorted = values_;
+        std::sort(sorted.begin(), sorted.end());
+        const auto rank = static_cast<std::size_t>(std::ceil(share * static_cast<double>(sorted.size())));
+        return sorted.at(std::max<std::size_t>(rank, 1) - 1);
+    }
+    double get_low() const { return pick(std::less<>()); }
+    double get_high() const { return pick(std::greater<>()); }
+
+private:
+    /// Not-a-number wins over everything.
+    template <typename before_t>
+    double pick(before_t before) const
+    {
+        double best = values_.at(0);
+        for (const double value : values_)
+        {
+            if (std::isnan(value) || before(value, best))
+                best = value;
+        }
+        return best;
+    }
+
+    std::vector<double> values_;
+};
+
+accuracy_row_t make_row(std::string what, signal_format_t format, std::string unit, double bar_low, double bar_high, double low,
+                        double high, int digits)
+{
+    return { std::move(what), get_name(format), std::move(unit), bar_low, bar_high, low, high, digits };
+}
+
+double get_evm(const analysis_result_t& result)
+{
+    return result.locked() ? static_cast<double>(result.summary.evm_rms) : std::numeric_limits<double>::quiet_NaN();
+}
+
+double get_frequency_deviation(const analysis_result_t& result, double set_hz)
+{
+    return result.locked() ? static_cast<double>(result.table.frequency_error) - set_hz
+                           : std::numeric_limits<double>::quiet_NaN();
+}
+} // namespace
+
+bool accuracy_row_t::holds() const
+{
+    return low >= bar_low && high <= bar_high;
+}
+
+bool accuracy_row_t::has_bar() const
+{
+    return std::isfinite(bar_low) || std::isfinite(bar_high);
+}
+
+double cal_frequency_bound(double symbol_rate, double snr, double symbols)
+{
+    return std::sqrt(6.0 * symbol_rate * symbol_rate / (4.0 * pi * pi * snr * symbols * (symbols * symbols - 1.0)));
+}
+
+accuracy_section_t measure_clean_runs()
+{
+    constexpr std::uint64_t runs = 8;
+    accuracy_section_t section = {
+        "Clean signals",
+        "1,000 symbols, 8 seeds, carrier 1234.5 Hz high, phase and timing by the seed. What is left is the "
+        "noise that the data themselves make in the timing estimate; the next section shows how far it "
+        "spreads",
+        {}
+    };
+    for (const signal_format_t format : all_formats)
+    {
+        for (const double alpha : { 0.35, 0.5 })
+        {
+            figure_t evm;
+            figure_t frequency;
+            for (std::uint64_t seed = 11; seed < 11 + runs; ++seed)
+            {
+                const signal_setting_t signal = make_run(format, alpha, 1000, seed);
+                const analysis_result_t result = analyse(make_signal(signal).samples, make_analysis(signal));
+                evm.add(get_evm(result));
+                frequency.add(get_frequency_deviation(result, signal.carrier_offset_hz));
+            }
+            if (alpha < 0.4)
+            {
+                section.rows.push_back(
+                    make_row("EVM, roll-off 0.35, median", format, "%", 0.0, 0.25, evm.get_median(), evm.get_median(), 3));
+                section.rows.push_back(
+                    make_row("EVM, roll-off 0.35, each run", format, "%", 0.0, 0.6, evm.get_low(), evm.get_high(), 3));
+            }
+            else
+            {
+                section.rows.push_back(
+                    make_row("EVM, roll-off 0.5, each run", format, "%", 0.0, 0.2, evm.get_low(), evm.get_high(), 3));
+            }
+            section.rows.push_back(make_row(alpha < 0.4 ? "frequency error, roll-off 0.35, deviation from the truth"
+                                                        : "frequency error, roll-off 0.5, deviation from the truth",
+                                            format, "Hz", -0.5, 0.5, frequency.get_low(), frequency.get_high(), 3));
+        }
+    }
+    return section;
+}
+
+accuracy_section_t measure_clean_spread()
+{
+    constexpr std::uint64_t runs = 200;
+    accuracy_section_t section = {
+        "Clean signals, spread over the data",
+        "1,000 symbols, seeds 1 to 200. The square-law estimate of the symbol clock sees its own data as "
+        "noise, BPSK most of all, so that a few clean BPSK runs in 100 lie above the bars of the section before. The "
+        "estimate computed in double precision from the analytic signal gives the same figures run by run",
+        {}
+    };
+    for (const signal_format_t format : all_formats)
+    {
+        for (const double alpha : { 0.35, 0.5 })
+        {
+            figure_t evm;
+            for (std::uint64_t seed = 1; seed <= runs; ++seed)
+            {
+                const signal_setting_t signal = make_run(format, alpha, 1000, seed);
+                evm.add(get_evm(analyse(make_signal(signal).samples, make_analysis(signal))));
+            }
+            const std::string what = alpha < 0.4 ? "EVM, roll-off 0.35, " : "EVM, roll-off 0.5, ";
+            for (const int percent : { 50, 95, 99, 100 })
+            {
+                const double value = evm.get_quantile(static_cast<double>(percent) / 100.0);
+                const std::string share =
+                    percent == 100 ? "all runs at most" : std::to_string(percent) + " % of the runs at most";
+                section.rows.push_back(make_row(what + share, format, "%", -unbounded, unbounded, value, value, 2));
+            }
+        }
+    }
+    return section;
+}
+
+accuracy_section_t measure_noisy_runs()
+{
+    constexpr std::uint64_t runs = 12;
+    accuracy_section_t section = { "Signals with noise",
+                                   "1,000 symbols, SNR 30 dB, roll-off 0.5, 12 seeds, carrier 1234.5 Hz high",
+                                   {} };
+    for (const signal_format_t format : all_formats)
+    {
+        figure_t evm;
+        figure_t frequency;
+        for (std::uint64_t seed = 101; seed < 101 + runs; ++seed)
+        {
+            signal_setting_t signal = make_run(format, 0.5, 1000, seed);
+            signal.snr_db = noisy_snr_db;
+            const analysis_result_t result = analyse(make_signal(signal).samples, make_analysis(signal));
+            evm.add(get_evm(result));
+            frequency.add(get_frequency_deviation(result, signal.carrier_offset_hz));
+        }
+        section.rows.push_back(make_row("EVM, each run", format, "%", 2.9, 3.45, evm.get_low(), evm.get_high(), 3));
+        section.rows.push_back(make_row("EVM, mean", format, "%", 3.10, 3.25, evm.get_mean(), evm.get_mean(), 3));
+        section.rows.push_back(make_row("frequency error, deviation from the truth", format, "Hz", -1.5, 1.5, frequency.get_low(),
+                                        frequency.get_high(), 2));
+        section.rows.push_back(make_row("frequency error, standard deviation", format, "Hz", 0.0, 0.8, frequency.get_deviation(),
+                                        frequency.get_deviation(), 2));
+    }
+    return section;
+}
+
+accuracy_section_t measure_against_theory()
+{
+    constexpr std::uint64_t runs = 24;
+    constexpr std::uint32_t symbols = 1024;
+    const double snr = std::pow(10.0, noisy_snr_db / 10.0);
+    const double theory_evm = 100.0 / std::sqrt(snr);
+    const double bound = cal_frequency_bound(1.0e6, snr, static_cast<double>(symbols));
+    accuracy_section_t section = {
+        "Against theory",
+        "1,024 symbols, SNR 30 dB, roll-off 0.5, 24 seeds. Theory of the EVM: 100 / sqrt(SNR) percent. "
+        "Bound: the least standard deviation of a frequency from 1,024 symbols at that SNR, 0.38 Hz",
+        {}
+    };
+    for (const signal_format_t format : all_formats)
+    {
+        figure_t evm;
+        figure_t frequency;
+        for (std::uint64_t seed = 201; seed < 201 + runs; ++seed)
+        {
+            signal_setting_t signal = make_run(format, 0.5, symbols, seed);
+            signal.snr_db = noisy_snr_db;
+            const analysis_result_t result = analyse(make_signal(signal).samples, make_analysis(signal));
+            evm.add(get_evm(result) / theory_evm);
+            frequency.add(get_frequency_deviation(result, signal.carrier_offset_hz) / bound);
+        }
+        section.rows.push_back(make_row("EVM over theory, mean", format, "", 0.97, 1.03, evm.get_mean(), evm.get_mean(), 3));
+        section.rows.push_back(make_row("frequency deviation over the bound, rms", format, "", 0.0, 3.0, frequency.get_rms(),
+                                        frequency.get_rms(), 2));
+        // The mean of 24 readings, each 1.5 times the bound wide, lies within 0.92 of the bound with three sigma.
+        section.rows.push_back(make_row("frequency deviation over the bound, mean", format, "", -1.0, 1.0, frequency.get_mean(),
+                                        frequency.get_mean(), 2));
+    }
+    return section;
+}
+
+accuracy_section_t measure_pull_in()
+{
+    constexpr std::uint64_t runs = 6;
+    accuracy_section_t section = {
+        "Pull-in",
+        "1,000 symbols, SNR 30 dB, roll-off 0.35, 6 seeds at either sign of the offset; a run fails when "
+        "the loop does not lock or one decoded symbol is wrong",
+        {}
+    };
+    for (const signal_format_t format : all_formats)
+    {
+        double offset = 0.95 * 0.4 / static_cast<double>(get_order(format));
+        int digits = 4;
+        if (format == signal_format_t::qpsk_3pi_4)
+        {
+            offset = 0.012;
+            digits = 3;
+        }
+        if (format == signal_format_t::psk8_3pi_8)
+        {
+            offset = 0.005;
+            digits = 3;
+        }
+        double failed = 0.0;
+        figure_t frequency;
+        for (std::uint64_t seed = 301; seed < 301 + runs; ++seed)
+        {
+            for (const double sign : { -1.0, 1.0 })
+            {
+                signal_setting_t setting = make_run(format, 0.35, 1000, seed);
+                setting.snr_db = noisy_snr_db;
+                setting.carrier_offset_hz = sign * offset * setting.symbol_rate;
+                const signal_t signal = make_signal(setting);
+                const analysis_result_t result = analyse(signal.samples, make_analysis(setting));
+                const bool right = match_decoded(format, result.decoded, signal.symbols, 88, 92).found;
+                failed += result.locked() && right ? 0.0 : 1.0;
+                frequency.add(get_frequency_deviation(result, setting.carrier_offset_hz));
+            }
+        }
+        std::string text = std::to_string(offset);
+        text.resize(text.find('.') + 1 + static_cast<std::size_t>(digits));
+        section.rows.push_back(
+            make_row("offset " + text + " of the symbol rate, failed runs of 12", format, "", 0.0, 0.0, failed, failed, 0));
+        section.rows.push_back(make_row("offset " + text + " of the symbol rate, frequency deviation", format, "Hz", -1.5, 1.5,
+                                        frequency.get_low(), frequency.get_high(), 2));
+    }
+    return section;
+}
+
+accuracy_section_t measure_iq_offset()
+{
+    accuracy_section_t section = { "IQ offset",
+                                   "1,000 symbols, clean, roll-off 0.35, DC 30 dB under the signal at 8 angles, 8 seeds",
+                                   {} };
+    for (const signal_format_t format : { signal_format_t::qpsk, signal_format_t::psk8 })
+    {
+        figure_t offset;
+        for (std::uint64_t seed = 401; seed < 409; ++seed)
+        {
+            signal_setting_t signal = make_run(format, 0.35, 1000, seed);
+            signal.iq_offset_db = -30.0;
+            signal.iq_offset_angle = 0.1 + pi / 4.0 * static_cast<double>(seed - 401);
+            offset.add(static_cast<double>(analyse(make_signal(signal).samples, make_analysis(signal)).table.iq_offset) + 30.0);
+        }
+        section.rows.push_back(
+            make_row("IQ offset of -30 dB, deviation", format, "dB", -0.15, 0.15, offset.get_low(), offset.get_high(), 3));
+    }
+    return section;
+}
+
+accuracy_section_t measure_gain_imbalance()
+{
+    accuracy_section_t section = {
+        "Gain imbalance",
+        "1,000 symbols, clean, roll-off 0.35, 8 seeds; the sign depends on the quarter turn in which the "
+        "carrier locked, so sizes are compared",
+        {}
+    };
+    for (const double set_db : { 0.5, -0.5, 2.0, -2.0 })
+    {
+        figure_t imbalance;
+        for (std::uint64_t seed = 501; seed < 509; ++seed)
+        {
+            signal_setting_t signal = make_run(signal_format_t::qpsk, 0.35, 1000, seed);
+            signal.gain_imbalance_db = set_db;
+            const double read =
+                static_cast<double>(analyse(make_signal(signal).samples, make_analysis(signal)).table.gain_imbalance);
+            imbalance.add(std::abs(read) - std::abs(set_db));
+        }
+        const std::string what = set_db == 0.5    ? "0.5 dB, deviation of the size"
+                                 : set_db == -0.5 ? "-0.5 dB, deviation of the size"
+                                 : set_db == 2.0  ? "2 dB, deviation of the size"
+                                                  : "-2 dB, deviation of the size";
+        section.rows.push_back(
+            make_row(what, signal_format_t::qpsk, "dB", -0.02, 0.02, imbalance.get_low(), imbalance.get_high(), 4));
+    }
+    return section;
+}
+
+accuracy_section_t measure_sync_search()
+{
+    constexpr std::uint32_t phases = 16;
+    constexpr std::array<std::uint32_t, 5> positions = { 95, 138, 301, 555, 760 };
+    // Not periodic, and no turn of the points maps it onto itself. BPSK takes the lowest bit, QPSK the lowest two.
+    const std::vector<std::uint32_t> word = { 0, 1, 5, 2, 7, 3, 3, 6, 4, 1, 0, 0, 7, 5, 2, 6, 1, 1, 4, 3, 2, 2, 7, 0 };
+    accuracy_section_t section = {
+        "Sync word",
+        "Word of 24 symbols at 5 places between symbol 95 and 760, 16 carrier phases, SNR 30 dB, interval "
+        "200 symbols, search length 1 ms. Found words: the window starts with the word's first symbol. "
+        "`result_start` is compared with the centre of that symbol, at 8 points per symbol; at fewer than the "
+        "working rate it is not a place in the capture. 3PI/4-QPSK and 3PI/8-8PSK are tried at two turns "
+        "only, so they have no bar for the count",
+        {}
+    };
+    for (const signal_format_t format : all_formats)
+    {
+        const std::uint32_t order = get_order(format);
+        const std::uint32_t bits = get_signal_format(format).bits_per_symbol;
+        std::vector<std::uint32_t> symbols = word;
+        for (std::uint32_t& symbol : symbols)
+            symbol %= order;
+        double missed = 0.0;
+        double misplaced = 0.0;
+        figure_t start;
+        for (std::size_t place = 0; place < positions.size(); ++place)
+        {
+            for (std::uint32_t phase = 0; phase < phases; ++phase)
+            {
+                signal_setting_t signal = make_run(format, 0.35, 1000, 601 + 20 * place + phase);
+                signal.snr_db = noisy_snr_db;
+                signal.carrier_phase = 2.0 * pi * static_cast<double>(phase) / static_cast<double>(phases);
+                signal.sync_symbols = symbols;
+                signal.sync_position = positions[place];
+                analysis_setting_t setting = make_analysis(signal);
+                setting.meas_interval = 200;
+                setting.search_length = 0.001;
+                setting.points_per_symbol = phase % 2 == 0 ? 4 : 8;
+                for (const std::uint8_t bit : symbols_to_bits(symbols, bits))
+                    setting.sync_bits += bit == 0 ? '0' : '1';
+                const signal_t record = make_signal(signal);
+                const analysis_result_t result = analyse(record.samples, setting);
+                if (!result.locked() || !result.sync_found)
+                {
+                    missed += 1.0;
+                    continue;
+                }
+                // The turn is resolved, so the decoded symbols are the sent ones themselves.
+                const auto sent = record.symbols.begin() + static_cast<std::ptrdiff_t>(signal.sync_position);
+                const bool in_place = result.decoded.size() == setting.meas_interval &&
+                                      std::equal(result.decoded.begin(), result.decoded.end(), sent);
+                misplaced += in_place ? 0.0 : 1.0;
+                if (setting.points_per_symbol == 8)
+                    start.add(static_cast<double>(result.result_start) * signal.symbol_rate / signal.sample_rate -
+                              (static_cast<double>(signal.sync_position) + signal.timing_symbols));
+            }
+        }
+        const bool short_list = format == signal_format_t::qpsk_3pi_4 || format == signal_format_t::psk8_3pi_8;
+        section.rows.push_back(make_row("words not found, of 80", format, "", short_list ? -unbounded : 0.0,
+                                        short_list ? unbounded : 0.0, missed, missed, 0));
+        section.rows.push_back(make_row("found words behind which the decoded symbols are not the sent ones", format, "", 0.0,
+                                        0.0, misplaced, misplaced, 0));
+        section.rows.push_back(
+            make_row("`result_start` against the word", format, "symbols", -1.0, 1.0, start.get_low(), start.get_high(), 2));
+    }
+    return section;
+}
+
+accuracy_section_t measure_offset_cost()
+{
+    accuracy_section_t section = {
+        "Large carrier offsets",
+        "1,000 symbols, clean, roll-off 0.35, 4 seeds. The measurement filter acts before the carrier is "
+        "known, so an offset cuts into the signal's flank",
+        {}
+    };
+    for (const double offset : { 0.001, 0.005, 0.01, 0.02, 0.04, 0.095 })
+    {
+        figure_t evm;
+        for (std::uint64_t seed = 701; seed < 705; ++seed)
+        {
+            signal_setting_t signal = make_run(signal_format_t::qpsk, 0.35, 1000, seed);
+            signal.carrier_offset_hz = offset * signal.symbol_rate;
+            evm.add(get_evm(analyse(make_signal(signal).samples, make_analysis(signal))));
+        }
+        std::string text = std::to_string(offset);
+        text.resize(text.find('.') + 4);
+        section.rows.push_back(make_row("EVM, offset " + text + " of the symbol rate", signal_format_t::qpsk, "%", -unbounded,
+                                        unbounded, evm.get_low(), evm.get_high(), 2));
+    }
+    return section;
+}
+
+accuracy_section_t measure_long_captures()
+{
+    accuracy_section_t section = {
+        "Long captures",
+        "Clean, roll-off 0.35, one seed, carrier in the centre and 1234.5 Hz high. The clock's part of the "
+        "EVM falls with the length. What grows is single precision: the phasor that takes the carrier out "
+        "drifts in amplitude, and the phase of a format with a fixed turn grows with every symbol",
+        {}
+    };
+    for (const signal_format_t format : all_formats)
+    {
+        for (const std::uint32_t symbols : { 1000u, 10000u, 100000u })
+        {
+            for (const double offset_hz : { 0.0, 1234.5 })
+            {
+                signal_setting_t signal = make_run(format, 0.35, symbols, 801);
+                signal.carrier_offset_hz = offset_hz;
+                const double evm = get_evm(analyse(make_signal(signal).samples, make_analysis(signal)));
+                const std::string count = symbols == 1000 ? "1,000" : symbols == 10000 ? "10,000" : "100,000";
+                const std::string what = "EVM, " + count + (offset_hz == 0.0 ? " symbols, no offset" : " symbols, 1234.5 Hz");
+                section.rows.push_back(make_row(what, format, "%", -unbounded, unbounded, evm, evm, 3));
+            }
+        }
+    }
+    return section;
+}
+} // namespace dma_test
