@@ -237,6 +237,113 @@ TEST(DataManager, StartsOverAtInit)
     EXPECT_FALSE(store.get_brust_search_flag(0));
 }
 
+TEST(DataManager, RestartsInTheStateOfInitAndConfiguration)
+{
+    const complex_array mark = { { 1.0f, 2.0f }, { 3.0f, 4.0f } };
+    lib_dma_phy_data_manager_t used = make_store(3);
+    for (std::uint32_t s = 0; s < 3; ++s)
+    {
+        used.get_iq_raw_time(s) = mark;
+        used.get_iq_meas_time_constellation(s) = mark;
+        used.get_iq_ref_time_constellation(s) = mark;
+        used.get_error_vector(s) = mark;
+        used.get_mag_error_vector(s) = mark;
+        used.get_phase_error_vector(s) = mark;
+        used.get_decode_bit(s) = { 1, 2, 3 };
+        used.get_decode_bit_flag_vec()[s] = true;
+        used.get_sync_search_flag_vec()[s] = true;
+        used.get_brust_search_flag_vec()[s] = true;
+        lib_dma_demod_config_mgr& config = used.get_dma_demod_config_mgr(s);
+        config = { 1.0, 2.0, 3.0, 4, 5, 6, true, 7, true, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17.0, 18, mark };
+        error_summary_t& summary = used.get_error_summary(s);
+        summary.snr = summary.evm_rms = summary.evm_max = summary.evm_min = summary.carrier_power = summary.depth = 5.0f;
+        summary.mag_err_rms = summary.mag_err_max = summary.mag_err_min = 5.0f;
+        summary.phase_err_rms = summary.phase_err_max = summary.phase_err_min = 5.0f;
+        summary.evm_max_idx = summary.mag_err_max_idx = summary.phase_err_max_idx = 5;
+        summary.evm_min_idx = summary.mag_err_min_idx = summary.phase_err_min_idx = 5;
+        summary.evm_trace = summary.mag_err_trace = summary.phase_err_trace = { 1.0f, 2.0f };
+        summary.fsk_deviation = summary.fsk_deviation_max = summary.fsk_deviation_min = 5.0;
+        summary.apsk_r2_ratio = summary.apsk_r3_ratio = 5.0;
+        summary.meas_data = summary.ref_data = mark;
+        used.get_err_table(s) = { 1.0f, 2.0f, 3.0f, 4.0f, 5.0f };
+    }
+    used.get_psk_modulation_param() = { 1.0f, 2.0f, 3.0f, 8 };
+    used.get_eq_impulse_i() = mark;
+    used.get_eq_impulse_q() = mark;
+    used.get_eq_frequency_response() = mark;
+    lib_dma_phy_data_manager_t emptied = used;
+    emptied.clear_data();
+
+    for (const lib_dma_phy_data_manager_t& before : { used, emptied })
+    {
+        for (const std::uint32_t count : { 1u, 2u, 3u, 6u })
+        {
+            lib_dma_phy_data_manager_t store = before;
+            store.restart(make_frame(count));
+            visit_checked(store,
+                          [&](const char* name, auto access)
+                          {
+                              EXPECT_NO_THROW(access(count - 1)) << name;
+                              EXPECT_THROW(access(count), std::out_of_range) << name;
+                          });
+            EXPECT_EQ(&store.get_error_vector(9), &store.get_error_vector(count - 1));
+            EXPECT_EQ(store.get_decode_bit_flag_vec(), std::vector<bool>(count, false));
+            EXPECT_EQ(store.get_sync_search_flag_vec(), std::vector<bool>(count, false));
+            EXPECT_EQ(store.get_brust_search_flag_vec(), std::vector<bool>(count, false));
+            for (std::uint32_t s = 0; s < count; ++s)
+            {
+                for (const complex_array* array : { &store.get_iq_raw_time(s), &store.get_iq_meas_time_constellation(s),
+                                                    &store.get_iq_ref_time_constellation(s), &store.get_error_vector(s),
+                                                    &store.get_mag_error_vector(s), &store.get_phase_error_vector(s) })
+                    EXPECT_TRUE(array->empty());
+                EXPECT_TRUE(store.get_decode_bit(s).empty());
+                const lib_dma_demod_config_mgr& config = store.get_dma_demod_config_mgr(s);
+                EXPECT_EQ(config.pre_time, 0.0);
+                EXPECT_EQ(config.equalizer_time, 0.0);
+                EXPECT_EQ(config.minseglen, 0.0);
+                EXPECT_EQ(config.sample_rate, 0u);
+                EXPECT_EQ(config.data_len + config.burst_raise_idx + config.burst_fall_idx + config.burst_len, 0u);
+                EXPECT_EQ(config.data_start + config.pre_num_max + config.pre_num, 0u);
+                EXPECT_EQ(config.equalizer_head_len + config.head_len + config.equalizer_loop_number, 0u);
+                EXPECT_FALSE(config.burst_raise_flag || config.burst_fall_flag);
+                EXPECT_EQ(config.pulse_center_sym, 0);
+                EXPECT_EQ(config.result_start, 0);
+                EXPECT_EQ(config.result_stop, 0);
+                EXPECT_EQ(config.carrier_frequency_offset, 0.0);
+                EXPECT_EQ(config.equalizer_filter, (complex_array{ { 0.0f, 0.0f } }));
+                const error_summary_t& summary = store.get_error_summary(s);
+                for (const float figure : { summary.snr, summary.evm_rms, summary.evm_max, summary.evm_min, summary.carrier_power,
+                                            summary.depth, summary.mag_err_rms, summary.mag_err_max, summary.mag_err_min,
+                                            summary.phase_err_rms, summary.phase_err_max, summary.phase_err_min })
+                    EXPECT_EQ(figure, 0.0f);
+                for (const std::uint32_t index : { summary.evm_max_idx, summary.mag_err_max_idx, summary.phase_err_max_idx,
+                                                   summary.evm_min_idx, summary.mag_err_min_idx, summary.phase_err_min_idx })
+                    EXPECT_EQ(index, 0u);
+                for (const double figure : { summary.fsk_deviation, summary.fsk_deviation_max, summary.fsk_deviation_min,
+                                             summary.apsk_r2_ratio, summary.apsk_r3_ratio })
+                    EXPECT_EQ(figure, 0.0);
+                EXPECT_TRUE(summary.evm_trace.empty() && summary.mag_err_trace.empty() && summary.phase_err_trace.empty());
+                EXPECT_TRUE(summary.meas_data.empty() && summary.ref_data.empty());
+                const err_table_t& table = store.get_err_table(s);
+                for (const float figure :
+                     { table.quad_error, table.gain_imbalance, table.iq_offset, table.frequency_error, table.rho })
+                    EXPECT_EQ(figure, 0.0f);
+            }
+            const lib_dma_psk_modulation_param& param = store.get_psk_modulation_param();
+            EXPECT_EQ(param.rotation_angle, 0.0f);
+            EXPECT_EQ(param.dpsk_rotation_angle, 0.0f);
+            EXPECT_EQ(param.dpsk_rotation_step, 0.0f);
+            EXPECT_EQ(param.modulation_order, 2u);
+            // The equalizer's figures outlive a start over, as they do with init.
+            EXPECT_EQ(store.get_eq_impulse_i(), mark);
+            EXPECT_EQ(store.get_eq_impulse_q(), mark);
+            EXPECT_EQ(store.get_eq_frequency_response(), mark);
+        }
+    }
+    used.init();
+    EXPECT_EQ(used.get_eq_impulse_i(), mark);
+}
+
 TEST(DataManager, ClearsTheSegmentsAndNothingElse)
 {
     lib_dma_phy_data_manager_t store = make_store(2);
