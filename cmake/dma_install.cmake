@@ -12,7 +12,11 @@ install(DIRECTORY "${PROJECT_SOURCE_DIR}/source/" DESTINATION "${CMAKE_INSTALL_I
   FILES_MATCHING PATTERN "*.h"
   PATTERN "stage" EXCLUDE
   PATTERN "internal" EXCLUDE
-  PATTERN "clamp_value.h" EXCLUDE)
+  PATTERN "clamp_value.h" EXCLUDE
+  PATTERN "log_macro.h" EXCLUDE
+  PATTERN "reference_constellation.h" EXCLUDE
+  PATTERN "channel_power.h" EXCLUDE
+  PATTERN "run_in.h" EXCLUDE)
 install(EXPORT dma_demodTargets NAMESPACE dma_demod:: DESTINATION "${dma_package_dir}")
 configure_package_config_file("${PROJECT_SOURCE_DIR}/cmake/dma_demodConfig.cmake.in"
   "${PROJECT_BINARY_DIR}/dma_demodConfig.cmake" INSTALL_DESTINATION "${dma_package_dir}")

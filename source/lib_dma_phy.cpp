@@ -1,6 +1,6 @@
 #include "lib_dma_phy.h"
 
-#include "lib_dma_common/lib_dma_phy_common.h"
+#include "lib_dma_common/channel_power.h"
 #include "lib_dma_common/lib_resample.h"
 #include "lib_dma_common/working_rate.h"
 #include "support/internal/narrow.h"
@@ -15,6 +15,7 @@
 #include <fmt/format.h>
 #include <limits>
 #include <numeric>
+#include <span>
 #include <utility>
 
 namespace vrim::dma_demod_lib
@@ -30,6 +31,7 @@ constexpr std::uint64_t largest_rate_ratio = 2000; // between capture and workin
 constexpr std::int32_t later_segment_run_in = 50;  // symbols
 constexpr std::uint32_t equalizer_passes = 10;     // behind the first one
 constexpr double time_tolerance = 1e-12;           // s
+constexpr std::uint32_t power_load_ohms = 100;
 
 /// Samples [start, start + length) of the first `limit` ones, cut where they end.
 void cut_block(const complex_array& data, std::size_t limit, std::size_t start, std::size_t length, complex_array& block)
@@ -219,22 +221,26 @@ std::int32_t lib_dma_phy_t::_process_segment(std::uint32_t segment_index, std::u
     const std::int32_t start =
         static_cast<std::int32_t>(static_cast<std::uint32_t>(offset_point) + config.data_start - config.pre_num_max);
 
+    // The raw-time entry lends its memory to the block until the demodulator fills it.
+    complex_array& raw_time = data_manager_.get_iq_raw_time(segment_index);
+    complex_array meas_block;
+    meas_block.swap(raw_time);
     if (start < 0 || static_cast<std::uint32_t>(start) > window_len)
     {
         DMA_LOG_INFO("warning! offset > RawData.size!\n");
-        cut_block(raw_data_, window_len, 0, window_len, meas_block_);
+        cut_block(raw_data_, window_len, 0, window_len, meas_block);
     }
     else
     {
         // The sum wraps in 32 bits when the capture is shorter than its run-in.
         const std::uint32_t length = demod_data_len + 2 * config.pre_num_max;
-        cut_block(raw_data_, window_len, static_cast<std::uint32_t>(start), length, meas_block_);
+        cut_block(raw_data_, window_len, static_cast<std::uint32_t>(start), length, meas_block);
     }
 
     const std::int64_t resample_start = lib_test_t::get_current_time();
     if (config.sample_rate == 0 || config.sample_rate == demod_rate)
     {
-        demod_block_ = meas_block_;
+        demod_block_ = meas_block;
     }
     else
     {
@@ -242,9 +248,12 @@ std::int32_t lib_dma_phy_t::_process_segment(std::uint32_t segment_index, std::u
             return LIB_DMA_RESULT_RATE_TOO_HIGH;
         if (demod_rate / config.sample_rate > largest_rate_ratio)
             return LIB_DMA_RESULT_RATE_TOO_LOW;
-        convert_rate(meas_block_, config.sample_rate, demod_rate, demod_block_);
+        convert_rate(meas_block, config.sample_rate, demod_rate, demod_block_);
     }
     common_log::print_trace_time("dma_phy_process deal_resample time: ", resample_start);
+    meas_block.clear();
+    raw_time.swap(meas_block);
+    const complex_array no_raw_window; // no demodulator reads it
 
     if (pre_sym % 2 != 0)
         ++pre_sym;
@@ -262,7 +271,7 @@ std::int32_t lib_dma_phy_t::_process_segment(std::uint32_t segment_index, std::u
             DMA_LOG_ERROR("warning!,dma_phy_process demod data less than pre_num.\n");
             return _stop(LIB_DMA_RESULT_CAPTURE_TOO_SHORT);
         }
-        if (!deal_demo_process(segment_index, meas_block_, demod_block_, data_manager_.get_psk_modulation_param(), config))
+        if (!deal_demo_process(segment_index, no_raw_window, demod_block_, data_manager_.get_psk_modulation_param(), config))
         {
             DMA_LOG_ERROR("deal_demo_process demod fail!\n");
             return _stop(LIB_DMA_RESULT_DEMODULATOR_FAILED);
@@ -273,19 +282,10 @@ std::int32_t lib_dma_phy_t::_process_segment(std::uint32_t segment_index, std::u
         fmt::format("dma_phy_process(equalizer loop number: {})all time: ", config.equalizer_loop_number), passes_start);
 
     // Always the first entry: of several segments the last one's window stays.
-    data_manager_.get_error_summary(0).carrier_power = _cal_window_power(window_len, config.sample_rate);
+    data_manager_.get_error_summary(0).carrier_power =
+        cal_channel_power(std::span(raw_data_).first(window_len), power_load_ohms, static_cast<float>(config.sample_rate),
+                          static_cast<float>(frame_.get_bandwidth()), false);
     return LIB_DMA_RESULT_OK;
-}
-
-float lib_dma_phy_t::_cal_window_power(std::uint32_t window_len, std::uint64_t sample_rate)
-{
-    constexpr std::uint32_t load_ohms = 100;
-    const float bandwidth = static_cast<float>(frame_.get_bandwidth());
-    const float rate = static_cast<float>(sample_rate);
-    if (window_len == raw_data_.size())
-        return lib_dma_phy_common_t::channel_power(raw_data_, load_ohms, rate, bandwidth, false);
-    cut_block(raw_data_, window_len, 0, window_len, meas_block_);
-    return lib_dma_phy_common_t::channel_power(meas_block_, load_ohms, rate, bandwidth, false);
 }
 
 bool lib_dma_phy_t::deal_demo_process(std::uint32_t segment_index, const complex_array& raw_window,

@@ -106,7 +106,7 @@ public:
                                      common_lib::lib_constellation_normalize_type_t normalize_type);
 
     /// Hands one block to the demodulator of the segment's group: `init`, `set_frame_configure`, then its process.
-    /// @param raw_window  block at the capture's rate
+    /// @param raw_window  block at the capture's rate; no demodulator reads it and the run passes none
     /// @param demod_block block at the working rate
     /// @return false, logged, when the demodulator fails or the group has none yet; true for the groups that have none by
     ///         design, also logged
@@ -119,14 +119,10 @@ private:
     /// Analyses one segment. @param[in,out] search_length  seconds, raised to what the segments need
     std::int32_t _process_segment(std::uint32_t segment_index, std::uint32_t segment_number, double& search_length);
 
-    /// dBm of the first `window_len` samples of the capture within the frame's bandwidth.
-    float _cal_window_power(std::uint32_t window_len, std::uint64_t sample_rate);
-
     lib_dma_main_process_state_t process_state_ = LIB_DMA_PROCESS_STOP;
     lib_dma_frame_configure_manager_t frame_;
     complex_array raw_data_;
-    complex_array meas_block_;  ///< cut out of the capture; its memory serves run after run
-    complex_array demod_block_; ///< the same at the working rate
+    complex_array demod_block_; ///< the block at the working rate; its memory serves run after run
     lib_dma_phy_data_manager_t data_manager_;
     lib_dma_phy_frequency_correct_t frequency_correct_;
     lib_dma_psk_demod_t psk_demod_;

@@ -1,16 +1,35 @@
 #include "lib_dma_common/lib_dma_phy_common.h"
 
+#include "lib_dma_common/channel_power.h"
 #include "support/internal/transform.h"
-#include "support/lib_window_function.h"
+#include "support/internal/window_shape.h"
 
 #include <cmath>
 #include <cstddef>
+#include <limits>
 
 namespace vrim::dma_demod_lib
 {
 namespace
 {
 constexpr double gauss_width = 4.8;
+
+/// The Gaussian window as its first half: the other one mirrors it, and half the memory is a lot for a long capture.
+class gauss_weights_t
+{
+public:
+    explicit gauss_weights_t(std::size_t count) : last_(count - 1), half_((count + 1) / 2)
+    {
+        for (std::size_t i = 0; i < half_.size(); ++i)
+            half_[i] = static_cast<float>(common_lib::gauss_value(common_lib::window_position(i, last_), gauss_width));
+    }
+
+    float operator[](std::size_t i) const { return half_[i < half_.size() ? i : last_ - i]; }
+
+private:
+    std::size_t last_;
+    float_array half_;
+};
 
 /// Power of the windowed spectrum, scaled by 1 / N, and the count of bins it was taken over.
 struct band_power_t
@@ -20,12 +39,12 @@ struct band_power_t
 };
 
 /// The sum over all bins is that over the samples (Parseval), which needs no transform.
-band_power_t cal_whole_power(const complex_array& data, const complex_array& window)
+band_power_t cal_whole_power(std::span<const std::complex<float>> data, const gauss_weights_t& window)
 {
     double sum = 0.0;
     for (std::size_t i = 0; i < data.size(); ++i)
     {
-        const double weight = static_cast<double>(window[i].real());
+        const double weight = static_cast<double>(window[i]);
         const double re = weight * static_cast<double>(data[i].real());
         const double im = weight * static_cast<double>(data[i].imag());
         sum += re * re + im * im;
@@ -33,12 +52,13 @@ band_power_t cal_whole_power(const complex_array& data, const complex_array& win
     return { sum / static_cast<double>(data.size()), data.size() };
 }
 
-band_power_t cal_band_power(const complex_array& data, const complex_array& window, float sample_rate, float bandwidth)
+band_power_t cal_band_power(std::span<const std::complex<float>> data, const gauss_weights_t& window, float sample_rate,
+                            float bandwidth)
 {
     const std::size_t size = data.size();
     complex_double_array spectrum(size);
     for (std::size_t i = 0; i < size; ++i)
-        spectrum[i] = static_cast<double>(window[i].real()) * std::complex<double>(data[i]);
+        spectrum[i] = static_cast<double>(window[i]) * std::complex<double>(data[i]);
     common_lib::transform_rows(spectrum.data(), 1, size, false, 1.0 / static_cast<double>(size));
 
     const double half_band = static_cast<double>(bandwidth) / 2.0;
@@ -62,16 +82,23 @@ band_power_t cal_band_power(const complex_array& data, const complex_array& wind
 float lib_dma_phy_common_t::channel_power(const complex_array& data, std::uint32_t load, float sample_rate, float bandwidth,
                                           bool half_power)
 {
+    return cal_channel_power(data, load, sample_rate, bandwidth, half_power);
+}
+
+float cal_channel_power(std::span<const std::complex<float>> data, std::uint32_t load, float sample_rate, float bandwidth,
+                        bool half_power)
+{
     constexpr double no_power = 1e-12;
     const std::size_t size = data.size();
-    complex_array window;
-    common_lib::lib_window_function_t::generate_gauss_window(window, static_cast<std::uint32_t>(size), false, gauss_width);
+    if (size == 0)
+        return std::numeric_limits<float>::quiet_NaN();
+    const gauss_weights_t window(size);
     float sum = 0.0f;
     float sum_of_squares = 0.0f;
-    for (const std::complex<float>& weight : window)
+    for (std::size_t i = 0; i < size; ++i)
     {
-        sum += weight.real();
-        sum_of_squares += weight.real() * weight.real();
+        sum += window[i];
+        sum_of_squares += window[i] * window[i];
     }
     const float count = static_cast<float>(size);
     const float coherent_gain = sum / count;

@@ -12,6 +12,7 @@
 
 #include <array>
 #include <cmath>
+#include <limits>
 
 namespace vrim::dma_demod_lib
 {
@@ -69,6 +70,15 @@ double cal_point_magnitude(const std::complex<double>* data, std::size_t count, 
         }
     }
     return std::sqrt(re * re + im * im);
+}
+
+/// value^power by logarithm and polar form, a real power where the value is real and positive. The polar form takes no
+/// magnitude that is not a number, so such values come back as not-a-number.
+std::complex<double> raise(std::complex<float> value, std::uint32_t power)
+{
+    if (!common_lib::is_finite(value))
+        return { std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::quiet_NaN() };
+    return std::pow(std::complex<double>(value), static_cast<double>(power));
 }
 
 /// Two bin positions with their magnitudes.
@@ -299,7 +309,7 @@ bool lib_dma_phy_frequency_correct_t::_deal_dma_freqency_error_estimate_dft(comp
     const std::size_t used = std::min<std::size_t>(data.size(), fft_size);
     complex_double_array stripped(fft_size, { 0.0, 0.0 });
     for (std::size_t i = 0; i < used; ++i)
-        stripped[i] = std::pow(std::complex<double>(data[i]), static_cast<double>(m_power_));
+        stripped[i] = raise(data[i], m_power_);
 
     complex_double_array spectrum = stripped;
     deal_fft(spectrum, fft_size, false);
@@ -349,7 +359,7 @@ bool lib_dma_phy_frequency_correct_t::_deal_dma_freqency_error_estimate_cps(std:
     complex_array stripped(data.size());
     for (std::size_t i = 0; i < data.size(); ++i)
     {
-        const std::complex<double> raised = std::pow(std::complex<double>(data[i]), static_cast<double>(power));
+        const std::complex<double> raised = raise(data[i], power);
         stripped[i] = { static_cast<float>(raised.real()), static_cast<float>(raised.imag()) };
     }
 

@@ -3,6 +3,7 @@
 #include "dma_types.h"
 #include "lib_dma_cfg_manager/lib_dma_enum.h"
 
+#include <cstddef>
 #include <cstdint>
 
 namespace vrim::dma_demod_lib
@@ -57,12 +58,26 @@ struct demod_work_t
     complex_array meas_symbol;    ///< one a symbol: for the impairment figures
     complex_array ref_symbol;     ///< one a symbol
 
-    /// Empties the arrays. The memory of the long ones goes back to where a run begins, so that the next one of the same
-    /// length asks the system for none.
+    /// Frees what the last stages do not need where it is a lot: unused room behind the waveforms, and symbols that have
+    /// served. Small arrays keep their room for the next run.
+    void release_surplus()
+    {
+        constexpr std::size_t kept_samples = std::size_t(1) << 19; // 4 MiB
+        for (complex_array* array : { &meas_data, &ref_data })
+        {
+            if (array->capacity() - array->size() > kept_samples)
+                array->shrink_to_fit();
+        }
+        for (complex_array* array : { &iq_data, &timing_data, &symbol_data, &sync_symbol, &decided_symbol })
+        {
+            array->clear();
+            if (array->capacity() > kept_samples)
+                array->shrink_to_fit();
+        }
+    }
+
     void clear()
     {
-        iq_data.swap(ref_data);
-        timing_data.swap(meas_data);
         for (complex_array* array : { &iq_data, &symbol_data, &timing_data, &sync_symbol, &decided_symbol, &ref_data, &meas_data,
                                       &meas_symbol, &ref_symbol })
             array->clear();

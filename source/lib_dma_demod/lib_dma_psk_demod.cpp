@@ -141,6 +141,10 @@ bool lib_dma_psk_demod_t::lib_dma_psk_demod_process(std::uint32_t segment_index,
         raw_time = demod_block;
         return false;
     };
+    // The waveforms of the last run are gone; their memory is as long as the block.
+    error_summary_t& summary = data_manager.get_error_summary(segment_index);
+    work.iq_data.swap(summary.ref_data);
+    work.timing_data.swap(summary.meas_data);
     work.iq_data = demod_block;
 
     if (!meas_filter_process())
@@ -176,6 +180,8 @@ bool lib_dma_psk_demod_t::lib_dma_psk_demod_process(std::uint32_t segment_index,
     double phase_shift = 0.0;
     lib_dma_phy_common_t::deal_fixed_phase(setting.format_group, fit_coefficients, setting.pre_num, setting.sps, work.timing_data,
                                            phase_shift);
+    phase_line = {}; // one value a symbol each, with no reader behind this point
+    phase_track = {};
     config.carrier_frequency_offset += residual_frequency;
 
     if (!symbol_detect(data_manager))
@@ -191,6 +197,7 @@ bool lib_dma_psk_demod_t::lib_dma_psk_demod_process(std::uint32_t segment_index,
     const bool rotated = deal_phase_rotation();
     if (!decoded || !rotated)
         return false;
+    work.release_surplus();
     const bool compared = error_cal(segment_index, data_manager);
     const bool placed = cal_demod_param(config);
     if (!compared || !placed)
@@ -423,6 +430,9 @@ bool lib_dma_psk_demod_t::deal_phase_rotation()
 
 bool lib_dma_psk_demod_t::error_cal(std::uint32_t segment_index, lib_dma_phy_data_manager_t& data_manager)
 {
+    // Room for the long results first: what is only passing by then lies behind them and goes back to the system.
+    data_manager.get_mag_error_vector(segment_index).reserve(work.meas_data.size());
+    data_manager.get_phase_error_vector(segment_index).reserve(work.meas_data.size());
     demod_stage::error_figures_t figures =
         demod_stage::cal_error_figures(work.meas_data, work.ref_data, setting.points_per_symbol, setting.evm_normalization_ref);
     err_table_t& err_table = data_manager.get_err_table(segment_index);
@@ -432,8 +442,9 @@ bool lib_dma_psk_demod_t::error_cal(std::uint32_t segment_index, lib_dma_phy_dat
 
     demod_stage::take_error_summary(std::move(figures.summary), summary);
     demod_stage::print_error_figures(summary);
-    summary.ref_data = work.ref_data;
-    summary.meas_data = work.meas_data;
+    // The waveforms have no later reader in the run.
+    summary.ref_data = std::move(work.ref_data);
+    summary.meas_data = std::move(work.meas_data);
     complex_array& ref_constellation = data_manager.get_iq_ref_time_constellation(segment_index);
     complex_array& meas_constellation = data_manager.get_iq_meas_time_constellation(segment_index);
     ref_constellation = std::move(figures.ref_points);

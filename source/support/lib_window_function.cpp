@@ -1,6 +1,7 @@
 #include "support/lib_window_function.h"
 
 #include "support/internal/bessel.h"
+#include "support/internal/window_shape.h"
 
 #include <algorithm>
 #include <cmath>
@@ -15,12 +16,10 @@ void fill_window(complex_array& out, std::uint32_t length, bool periodic, shape_
 {
     out.assign(length, { 0.0f, 0.0f });
     const std::uint64_t last = static_cast<std::uint64_t>(length) + (periodic ? 1 : 0) - 1;
-    const double span = static_cast<double>(last);
     // Both halves mirror each other; a periodic window lacks the last sample of the mirror.
     for (std::uint64_t i = 0; length != 0 && i <= last / 2; ++i)
     {
-        const double position = last > 0 ? (2.0 * static_cast<double>(i) - span) / span : 0.0;
-        const float value = static_cast<float>(shape(position));
+        const float value = static_cast<float>(shape(window_position(i, last)));
         out[i] = { value, 0.0f };
         if (last - i < length)
             out[last - i] = { value, 0.0f };
@@ -30,12 +29,7 @@ void fill_window(complex_array& out, std::uint32_t length, bool periodic, shape_
 
 void lib_window_function_t::generate_gauss_window(complex_array& out, std::uint32_t length, bool periodic, double alpha)
 {
-    fill_window(out, length, periodic,
-                [alpha](double position)
-                {
-                    const double x = alpha * position;
-                    return std::exp(-0.5 * x * x);
-                });
+    fill_window(out, length, periodic, [alpha](double position) { return gauss_value(position, alpha); });
 }
 
 void lib_window_function_t::generate_kaiser_window(complex_array& out, std::uint32_t length, bool periodic, double beta)
