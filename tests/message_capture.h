@@ -27,6 +27,8 @@ public:
     log_capture_t& operator=(const log_capture_t&) = delete;
 
     const std::vector<common_log::log_record_t>& get_records() const { return records_; }
+    /// Forgets what was logged so far.
+    void clear() { records_.clear(); }
     /// How many messages have this level and this text.
     long count(common_log::log_level_t level, std::string_view message) const
     {

@@ -635,7 +635,7 @@ TEST(SyncPattern, OfAGroupWithoutBitsPerSymbolFailsAndKeepsWhatWasParsed)
                       { LIB_DMA_SYNC_INT_PATTERN, "0101" } };
         for (const auto& item : cases)
         {
-            output.logged.clear();
+            output.clear_log();
             frame.set_sync_pattern_type(item.type);
             // The two others return true without looking.
             EXPECT_EQ(frame.set_sync_pattern_bit("101"), item.type != LIB_DMA_SYNC_BIT_PATTERN);
