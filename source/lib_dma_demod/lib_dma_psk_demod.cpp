@@ -535,7 +535,7 @@ void lib_dma_psk_demod_t::_update_judge_map(lib_dma_psk_modulation_type_t format
     judge_format_ = format;
     judge_rotation_ = rotation;
     judge_turn_ = unit_phasor(rotation);
-    judge_map_made_ = true;
+    judge_map_made_ = !judge_map.empty(); // a format without points says so each time it is asked
 }
 
 std::complex<float> lib_dma_psk_demod_t::psk_judge_bpsk(std::complex<float> point, float rotation, float /*spare*/)
