@@ -675,6 +675,54 @@ TEST(PskCarrierSync, ReportsTheFrequencyWithoutTheFixedTurn)
     }
 }
 
+TEST(PskErrorTable, OfAnExactSignalHasNoOffset)
+{
+    decode_run_t run(LIB_DMA_MODULATION_PSK_BPSK, make_steps(40, 2), 2);
+    run.demod.work.meas_data = run.demod.work.ref_data;
+    run.demod.work.meas_symbol.assign(40, { 1.0f, 0.3f });
+    run.store.get_err_table(0).quad_error = 3.0f;
+    run.store.get_error_summary(0).carrier_power = -7.0f;
+    const trace_capture_t trace;
+    EXPECT_TRUE(run.demod.error_cal(0, run.store));
+    EXPECT_EQ(run.store.get_err_table(0).iq_offset, -1e10f);
+    EXPECT_EQ(run.store.get_err_table(0).quad_error, 0.0f);
+    EXPECT_NEAR(static_cast<double>(run.store.get_err_table(0).rho), 1.0, 1e-5);
+    EXPECT_EQ(run.store.get_error_summary(0).carrier_power, -7.0f);
+
+    run.store.get_err_table(0).iq_offset = 5.0f;
+    run.demod.setting.iq_offset_flag = false;
+    EXPECT_TRUE(run.demod.error_cal(0, run.store));
+    EXPECT_EQ(run.store.get_err_table(0).iq_offset, 5.0f);
+}
+
+TEST(PskErrorTable, StoresTheVectorsOfAllPoints)
+{
+    decode_run_t run(LIB_DMA_MODULATION_PSK_QPSK, make_steps(40, 4), 2);
+    const complex_array ref = run.demod.work.ref_data; // 0.5 at the symbols, a trace between them
+    complex_array meas = ref;
+    for (std::complex<float>& point : meas)
+        point *= 0.9f;
+    meas[6] = { std::numeric_limits<float>::infinity(), 0.0f }; // symbol 3
+    run.demod.work.meas_data = meas;
+    run.demod.work.meas_symbol.assign(40, { 0.5f, 0.5f });
+    const trace_capture_t trace;
+    EXPECT_TRUE(run.demod.error_cal(0, run.store));
+    EXPECT_EQ(run.store.get_error_summary(0).ref_data, ref);
+    EXPECT_EQ(run.store.get_error_summary(0).meas_data.size(), 80u);
+    ASSERT_EQ(run.store.get_iq_meas_time_constellation(0).size(), 40u); // mended, not shortened
+    EXPECT_EQ(run.store.get_iq_meas_time_constellation(0)[3], std::complex<float>(0.0f, 0.0f));
+    EXPECT_EQ(run.store.get_iq_meas_time_constellation(0)[4], meas[8]);
+    EXPECT_EQ(run.store.get_iq_ref_time_constellation(0)[3], ref[6]);
+    ASSERT_EQ(run.store.get_error_vector(0).size(), 80u);
+    ASSERT_EQ(run.store.get_mag_error_vector(0).size(), 80u);
+    ASSERT_EQ(run.store.get_phase_error_vector(0).size(), 80u);
+    // Percent of the symbols' rms of 0.5, real; the vector itself is not scaled.
+    EXPECT_TRUE(is_near(run.store.get_mag_error_vector(0)[0], 10.0, 1e-4));
+    EXPECT_TRUE(is_near(run.store.get_mag_error_vector(0)[1], std::sqrt(0.02) * 0.1 / 0.5 * 100.0, 1e-4));
+    EXPECT_TRUE(is_near(run.store.get_error_vector(0)[0], 0.1 * std::complex<double>(ref[0]), 1e-6));
+    EXPECT_TRUE(is_near(run.store.get_phase_error_vector(0)[0], 0.0, 1e-4));
+}
+
 TEST(PskReference, FailsOnASilentMeasurement)
 {
     lib_dma_psk_demod_t demod;
