@@ -311,25 +311,32 @@ bool lib_dma_phy_t::deal_demo_process(std::uint32_t segment_index, const complex
         return fail();
     }
     case LIB_DMA_GROUP_QAM:
-        DMA_LOG_END("deal_demo_process:qam demod error! This version has no QAM demodulator yet.\n");
+        DMA_LOG_END("This version has no QAM demodulator yet.\n");
+        DMA_LOG_END("deal_demo_process:qam demod error!\n");
         return fail();
     case LIB_DMA_GROUP_FSK:
-        DMA_LOG_END("deal_demo_process:fsk demod error! This version has no FSK demodulator yet.\n");
+        DMA_LOG_END("This version has no FSK demodulator yet.\n");
+        DMA_LOG_END("deal_demo_process:fsk demod error!\n");
         return fail();
     case LIB_DMA_GROUP_MSK:
-        DMA_LOG_END("deal_demo_process:msk demod error! This version has no MSK demodulator yet.\n");
+        DMA_LOG_END("This version has no MSK demodulator yet.\n");
+        DMA_LOG_END("deal_demo_process:msk demod error!\n");
         return fail();
     case LIB_DMA_GROUP_ASK:
-        DMA_LOG_END("deal_demo_process:ask demod error! This version has no ASK demodulator yet.\n");
+        DMA_LOG_END("This version has no ASK demodulator yet.\n");
+        DMA_LOG_END("deal_demo_process:ask demod error!\n");
         return fail();
     case LIB_DMA_GROUP_APSK:
-        DMA_LOG_END("deal_demo_process:apsk demod error! This version has no APSK demodulator yet.\n");
+        DMA_LOG_END("This version has no APSK demodulator yet.\n");
+        DMA_LOG_END("deal_demo_process:apsk demod error!\n");
         return fail();
     case LIB_DMA_GROUP_OQPSK:
-        DMA_LOG_END("deal_demo_process:oqpsk demod error! This version has no OQPSK demodulator yet.\n");
+        DMA_LOG_END("This version has no OQPSK demodulator yet.\n");
+        DMA_LOG_END("deal_demo_process:oqpsk demod error!\n");
         return fail();
     case LIB_DMA_GROUP_DPSK:
-        DMA_LOG_END("deal_demo_process:dpsk demod error! This version has no DPSK demodulator yet.\n");
+        DMA_LOG_END("This version has no DPSK demodulator yet.\n");
+        DMA_LOG_END("deal_demo_process:dpsk demod error!\n");
         return fail();
     case LIB_DMA_GROUP_VSB:
     case LIB_DMA_GROUP_CUSTOM_IQ:
