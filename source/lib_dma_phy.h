@@ -16,11 +16,11 @@ namespace vrim::dma_demod_lib
 enum lib_dma_result_code_t : std::int32_t
 {
     LIB_DMA_RESULT_OK = 0,
-    LIB_DMA_RESULT_NO_SEGMENT = 1,          ///< no segment, or the first one could not be placed
-    LIB_DMA_RESULT_RATE_TOO_LOW = 2,        ///< the working rate is more than 2000 times the sample rate
-    LIB_DMA_RESULT_RATE_TOO_HIGH = 3,       ///< the sample rate is more than 2000 times the working rate
-    LIB_DMA_RESULT_CAPTURE_TOO_SHORT = 4,   ///< the capture, or the block cut out of it, is too short
-    LIB_DMA_RESULT_DEMODULATOR_FAILED = 5,  ///< a demodulator gave up; the log says why
+    LIB_DMA_RESULT_NO_SEGMENT = 1,         ///< no segment, or the first one could not be placed
+    LIB_DMA_RESULT_RATE_TOO_LOW = 2,       ///< the working rate is more than 2000 times the sample rate
+    LIB_DMA_RESULT_RATE_TOO_HIGH = 3,      ///< the sample rate is more than 2000 times the working rate
+    LIB_DMA_RESULT_CAPTURE_TOO_SHORT = 4,  ///< the capture, or the block cut out of it, is too short
+    LIB_DMA_RESULT_DEMODULATOR_FAILED = 5, ///< a demodulator gave up; the log says why
 };
 
 /// The analysis driver: the class a host holds.
@@ -114,10 +114,29 @@ public:
                            const lib_dma_psk_modulation_param& modulation_param, lib_dma_demod_config_mgr& config);
 
 private:
+    /// Which samples of the capture are demodulated.
+    struct block_range_t
+    {
+        std::uint32_t window_len = 0;     ///< samples that the run looks at, from the first one on
+        std::uint32_t demod_data_len = 0; ///< samples to demodulate, without run-in
+        std::int32_t pre_sym = 0;         ///< symbols of run-in
+        std::int32_t start = 0;           ///< first sample of the block; below 0 when its run-in does not fit
+    };
+
     /// Sets the state to stop. @return the code
     std::int32_t _stop(lib_dma_result_code_t code);
     /// Analyses one segment. @param[in,out] search_length  seconds, raised to what the segments need
     std::int32_t _process_segment(std::uint32_t segment_index, std::uint32_t segment_number, double& search_length);
+    /// Raises the search length and works out what it takes of the capture. @return false when the capture is too short
+    bool _update_search_lengths(lib_dma_demod_config_mgr& config, double& search_length, std::uint32_t& window_len);
+    /// Finds where the segment's block begins and how long it is. @return false when the first segment cannot be placed
+    bool _place_segment(std::uint32_t segment_index, lib_dma_demod_config_mgr& config, block_range_t& range);
+    /// Cuts the block and converts it to the working rate. @return a result code; nothing is logged with one of the rates
+    std::int32_t _cut_demod_block(std::uint32_t segment_index, const lib_dma_demod_config_mgr& config,
+                                  const block_range_t& range);
+    /// Writes the run-in lengths that the demodulator takes. @param pre_sym  symbols, made even
+    static void _update_head_lengths(const lib_dma_segment_configure_manager_t& segment, std::int32_t pre_sym,
+                                     lib_dma_demod_config_mgr& config);
 
     lib_dma_main_process_state_t process_state_ = LIB_DMA_PROCESS_STOP;
     lib_dma_frame_configure_manager_t frame_;

@@ -1,16 +1,21 @@
 #include "lib_dma_common/run_in.h"
+#include "lib_dma_common/working_rate.h"
 #include "lib_dma_phy.h"
 #include "support/internal/narrow.h"
 #include "support/log_macro.h"
 #include "support/trace_output.h"
 
 #include <algorithm>
+#include <cmath>
 #include <fmt/format.h>
 
 namespace vrim::dma_demod_lib
 {
+using common_lib::saturate;
+
 namespace
 {
+constexpr double time_tolerance = 1e-12; // s
 constexpr std::uint32_t shortest_length = 100;
 constexpr std::uint32_t longest_length_sync = 10000;
 constexpr std::uint32_t longest_length = 1000000;
@@ -22,7 +27,7 @@ bool lib_dma_phy_t::update_demod_info(std::uint32_t segment_index, lib_dma_demod
 {
     if (sample_rate_flag_)
     {
-        config.sample_rate = common_lib::saturate<std::uint64_t>(sample_rate_);
+        config.sample_rate = saturate<std::uint64_t>(sample_rate_);
         common_log::print_trace_line(fmt::format("set sample_rate = {} to demod_config.sample_rate", config.sample_rate));
         return true;
     }
@@ -100,5 +105,48 @@ bool lib_dma_phy_t::cal_psk_modulation_param(const lib_dma_segment_configure_man
     default:
         return true;
     }
+}
+
+bool lib_dma_phy_t::_update_search_lengths(lib_dma_demod_config_mgr& config, double& search_length, std::uint32_t& window_len)
+{
+    if (config.minseglen - search_length > time_tolerance)
+    {
+        DMA_LOG_INFO("search_length(s)can not be less than minseglen(%.6f) !\n", config.minseglen);
+        search_length = config.minseglen;
+    }
+    const double sample_rate = static_cast<double>(config.sample_rate);
+    const double pre_total = config.pre_time + config.equalizer_time;
+    const std::uint32_t wanted = saturate<std::uint32_t>(std::ceil(sample_rate * (search_length + pre_total)));
+    if (update_demod_data_len(wanted) != LIB_DMA_RESULT_OK)
+        return false;
+    window_len = std::min(wanted, static_cast<std::uint32_t>(raw_data_.size()));
+    config.pre_num_max = saturate<std::uint32_t>(std::floor(sample_rate * pre_total * 0.5));
+    config.data_len = 2 * config.pre_num_max + saturate<std::uint32_t>(std::floor(sample_rate * search_length));
+    if (config.data_len > window_len)
+    {
+        DMA_LOG_INFO("search_length + pre_num_max(point)can not more than raw data len(%u) !\n", window_len);
+        config.data_len = window_len;
+    }
+    return true;
+}
+
+void lib_dma_phy_t::_update_head_lengths(const lib_dma_segment_configure_manager_t& segment, std::int32_t pre_sym,
+                                         lib_dma_demod_config_mgr& config)
+{
+    const lib_dma_format_configure_manager_t& format = segment.get_format_configure();
+    const double symbol_rate = static_cast<double>(format.get_symbol_rate());
+    const double pre_total = config.pre_time + config.equalizer_time;
+    double pre_total_sym = std::floor(pre_total * 0.5 * symbol_rate);
+    double pre_sym_filter = std::floor(0.5 * config.pre_time * symbol_rate);
+    if (format.get_format_group() == LIB_DMA_GROUP_MSK)
+    {
+        // MSK decides on pairs of symbols.
+        pre_total_sym = 2.0 * std::floor(pre_total_sym * 0.5);
+        pre_sym_filter = 2.0 * std::floor(pre_sym_filter * 0.5);
+    }
+    const std::uint32_t sps = cal_working_sps(format.get_points_per_symbol());
+    config.pre_num = static_cast<std::uint32_t>(pre_sym % 2 != 0 ? pre_sym + 1 : pre_sym) * sps;
+    config.equalizer_head_len = saturate<std::uint32_t>(pre_total_sym - pre_sym_filter);
+    config.head_len = saturate<std::uint32_t>(pre_sym_filter) * sps;
 }
 } // namespace vrim::dma_demod_lib
