@@ -85,6 +85,15 @@ TEST_F(SatelliteDownlink, HasItsCarrierAndItsEvm)
     EXPECT_NEAR(static_cast<double>(result.summary.snr), 19.0, 1.5);
 }
 
+TEST_F(SatelliteDownlink, ReportsTheLeakageAtItsCarrierNotTheReceiversDc)
+{
+    // Single-frequency sums over the whole record, in double: -27.8 dB of its power at -577 Hz, 12 dB above the modulation
+    // around it, and -33.9 dB at 0 Hz. The latter turns eight times within the interval and averages out of the figure.
+    // 1.5 dB: the sums count the noise of the whole band as power and another stretch of the signal.
+    const analysis_result_t result = analyse(capture.samples, setting);
+    EXPECT_NEAR(static_cast<double>(result.table.iq_offset), -27.8, 1.5);
+}
+
 TEST_F(SatelliteDownlink, HasItsFrameMarkers8192SymbolsApart)
 {
     // Two windows of 1,000 symbols; the measurement starts 90 symbols behind the start of the record.

@@ -1,6 +1,7 @@
 #include "lib_dma_common/lib_dma_phy_common.h"
 
 #include "message_capture.h"
+#include "noise.h"
 
 #include <gtest/gtest.h>
 
@@ -19,19 +20,6 @@ namespace
 constexpr double pi = std::numbers::pi;
 constexpr float infinity = std::numeric_limits<float>::infinity();
 const float nan_value = std::numeric_limits<float>::quiet_NaN();
-
-complex_array make_noise(std::size_t count, unsigned seed)
-{
-    std::mt19937 generator(seed);
-    std::normal_distribution<float> part;
-    complex_array data(count);
-    for (auto& value : data)
-    {
-        const float re = part(generator);
-        value = { re, part(generator) };
-    }
-    return data;
-}
 
 std::complex<float> polar(double radius, double degrees)
 {

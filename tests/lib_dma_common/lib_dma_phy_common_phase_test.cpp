@@ -1,6 +1,7 @@
 #include "lib_dma_common/lib_dma_phy_common.h"
 
 #include "message_capture.h"
+#include "noise.h"
 
 #include <gtest/gtest.h>
 
@@ -21,19 +22,6 @@ constexpr double pi = std::numbers::pi;
 constexpr float infinity = std::numeric_limits<float>::infinity();
 const float nan_value = std::numeric_limits<float>::quiet_NaN();
 constexpr const char* no_rule = "lib_dma_phy_common_t::deal_fixed_phase error!\n";
-
-complex_array make_noise(std::size_t count, unsigned seed)
-{
-    std::mt19937 generator(seed);
-    std::normal_distribution<float> part;
-    complex_array data(count);
-    for (auto& value : data)
-    {
-        const float re = part(generator);
-        value = { re, part(generator) };
-    }
-    return data;
-}
 
 /// Unit-level QPSK symbols held for sps samples each.
 complex_array make_held_symbols(std::size_t symbols, std::uint32_t sps, unsigned seed)

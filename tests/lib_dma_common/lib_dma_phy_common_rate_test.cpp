@@ -1,12 +1,12 @@
 #include "lib_dma_common/lib_dma_phy_common.h"
 
 #include "message_capture.h"
+#include "noise.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <numbers>
-#include <random>
 #include <stdexcept>
 
 using namespace vrim;
@@ -16,19 +16,6 @@ using common_t = lib_dma_phy_common_t;
 namespace
 {
 constexpr double pi = std::numbers::pi;
-
-complex_array make_noise(std::size_t count, unsigned seed)
-{
-    std::mt19937 generator(seed);
-    std::normal_distribution<float> part;
-    complex_array data(count);
-    for (auto& value : data)
-    {
-        const float re = part(generator);
-        value = { re, part(generator) };
-    }
-    return data;
-}
 
 std::complex<float> multiply(std::complex<float> a, std::complex<float> b)
 {

@@ -1,6 +1,7 @@
 #include "lib_dma_common/lib_dma_phy_frequency_correct.h"
 
 #include "message_capture.h"
+#include "noise.h"
 
 #include <gtest/gtest.h>
 
@@ -18,19 +19,6 @@ namespace
 constexpr double pi = std::numbers::pi;
 constexpr double rate = 1e6; // symbols per second
 constexpr double bin = rate / 8192.0;
-
-complex_array make_noise(std::size_t count, unsigned seed)
-{
-    std::mt19937 generator(seed);
-    std::normal_distribution<float> part;
-    complex_array data(count);
-    for (auto& value : data)
-    {
-        const float re = part(generator);
-        value = { re, part(generator) };
-    }
-    return data;
-}
 
 /// Unit tone. @param offset  Hz, @param sample_rate  Hz
 complex_array make_tone(std::size_t count, double offset, double sample_rate = rate)

@@ -1,6 +1,7 @@
 #include "lib_dma_common/lib_resample.h"
 
 #include "message_capture.h"
+#include "noise.h"
 
 #include <gtest/gtest.h>
 
@@ -18,19 +19,6 @@ namespace
 {
 constexpr double pi = std::numbers::pi;
 using sample_t = std::complex<float>;
-
-complex_array make_noise(std::size_t count, unsigned seed)
-{
-    std::mt19937 generator(seed);
-    std::normal_distribution<float> part;
-    complex_array data(count);
-    for (auto& value : data)
-    {
-        const float re = part(generator);
-        value = { re, part(generator) };
-    }
-    return data;
-}
 
 /// @param frequency  cycles per sample
 complex_array make_tone(std::size_t count, double frequency, double phase)

@@ -1,6 +1,7 @@
 #include "lib_dma_common/symbol_sync.h"
 
 #include "message_capture.h"
+#include "noise.h"
 
 #include <gtest/gtest.h>
 
@@ -20,19 +21,6 @@ namespace
 constexpr double pi = std::numbers::pi;
 constexpr const char* too_short = "error: symbol_timing_recovery1: input data too less!\n";
 constexpr const char* too_short_new = "error: symbol_timing_recovery_plan::symbol_timing_recovery: input data too less!\n";
-
-complex_array make_noise(std::size_t count, unsigned seed)
-{
-    std::mt19937 generator(seed);
-    std::normal_distribution<float> part;
-    complex_array data(count);
-    for (auto& value : data)
-    {
-        const float re = part(generator);
-        value = { re, part(generator) };
-    }
-    return data;
-}
 
 /// Alternating symbols through an ideal band limit: their squared magnitude is a pure line at the symbol rate, so that the
 /// timing of the record is known without error. Symbols stand at tau + k * sps.

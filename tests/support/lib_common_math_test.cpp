@@ -1,11 +1,11 @@
 #include "support/lib_common_math.h"
+#include "noise.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <limits>
 #include <numbers>
-#include <random>
 #include <vector>
 
 using namespace vrim;
@@ -15,19 +15,6 @@ namespace
 {
 constexpr float infinity = std::numeric_limits<float>::infinity();
 const float nan_value = std::numeric_limits<float>::quiet_NaN();
-
-complex_array make_noise(std::size_t count, unsigned seed)
-{
-    std::mt19937 generator(seed);
-    std::normal_distribution<float> part;
-    complex_array data(count);
-    for (auto& value : data)
-    {
-        const float re = part(generator);
-        value = { re, part(generator) };
-    }
-    return data;
-}
 } // namespace
 
 TEST(ComplexAmplitude, IsTheRootOfTheSquares)

@@ -1,30 +1,17 @@
 #include "support/lib_fourier_transform.h"
+#include "noise.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <numbers>
 #include <numeric>
-#include <random>
 
 using namespace vrim;
 using common_lib::lib_fourier_transform_t;
 
 namespace
 {
-complex_array make_noise(std::size_t count, unsigned seed)
-{
-    std::mt19937 generator(seed);
-    std::normal_distribution<float> part;
-    complex_array data(count);
-    for (auto& value : data)
-    {
-        const float re = part(generator);
-        value = { re, part(generator) };
-    }
-    return data;
-}
-
 complex_double_array transform_by_sums(const complex_array& data, std::size_t length, double sign)
 {
     complex_double_array bins(length);
