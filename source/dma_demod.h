@@ -2,6 +2,9 @@
 
 #include "dma_export.h"
 #include "dma_types.h"
+#include "fir_filter/lib_fir_design_parameter.h"
+#include "fir_filter/lib_fir_designer.h"
+#include "fir_filter/lib_fir_enum.h"
 #include "lib_dma_cfg_manager/lib_dma_advance_configure_manager.h"
 #include "lib_dma_cfg_manager/lib_dma_enum.h"
 #include "lib_dma_cfg_manager/lib_dma_filter_configure_manager.h"
@@ -21,6 +24,8 @@
 #include "lib_dma_phy.h"
 #include "lib_dma_phy_data_manager.h"
 #include "lib_dma_phy_result.h"
+#include "support/cfg_protocol_base.h"
+#include "support/enum_entry.h"
 #include "support/lib_common_list_parse.h"
 #include "support/lib_common_math.h"
 #include "support/lib_common_polyfit.h"

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "dma_export.h"
+#include "support/enum_entry.h"
 
 #include <cstdint>
 #include <span>
@@ -265,13 +266,8 @@ enum lib_dma_main_process_state_t : std::uint32_t
     LIB_DMA_PROCESS_SUSPEND = 3,
 };
 
-/// An enumerator with its text, which is its own name.
-template <typename enum_t>
-struct enum_entry_t
-{
-    enum_t value;
-    std::string_view text;
-};
+/// The text of these enumerations is the enumerator's own name.
+using common_lib::enum_entry_t;
 
 /// Every enumerator of a type, rising in value.
 template <typename enum_t>

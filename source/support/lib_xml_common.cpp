@@ -1,5 +1,9 @@
 #include "support/lib_xml_common.h"
 
+#include "support/trace_output.h"
+
+#include <stdexcept>
+
 namespace vrim::common_lib
 {
 namespace
@@ -37,5 +41,15 @@ bool lib_xml_common_t::get_protocol_type(const std::string& name, plib_protocol_
         }
     }
     return false;
+}
+
+void lib_xml_common_t::_report_empty_entries()
+{
+    common_log::print_trace_line("lib_xml_common_t::get_enum_value Warning : Empty enum string mapping!");
+}
+
+void lib_xml_common_t::_throw_no_text()
+{
+    throw std::out_of_range("map::at");
 }
 } // namespace vrim::common_lib
