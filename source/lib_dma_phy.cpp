@@ -1,6 +1,5 @@
 #include "lib_dma_phy.h"
 
-#include "lib_dma_common/channel_power.h"
 #include "support/lib_test.h"
 #include "support/log_macro.h"
 #include "support/trace_output.h"
@@ -19,8 +18,6 @@ namespace
 constexpr double rate_step = 100.0;            // Hz, grid of the sample rate
 constexpr float capture_floor = 1e-11f;        // keeps silence from being exactly 0
 constexpr std::uint32_t equalizer_passes = 10; // behind the first one
-constexpr std::uint32_t power_load_ohms = 100;
-
 } // namespace
 
 lib_dma_phy_t::lib_dma_phy_t()
@@ -106,9 +103,11 @@ std::int32_t lib_dma_phy_t::_process_segment(std::uint32_t segment_index, std::u
     const lib_dma_segment_configure_manager_t& segment = frame_.get_segment(segment_index);
     update_demod_info(segment_index, config);
 
-    // The member array itself is inverted, once a segment: a second inverted segment sees the capture restored.
+    // The member array itself is inverted and filtered, once a segment: a second inverted segment sees the capture restored,
+    // and each further one a capture that has passed the filter once more.
     if (segment.get_advance_configure().get_spectrum_type() == LIB_DMA_SPECTRUM_INVERT)
         deal_spectrum_invert(raw_data_);
+    deal_filterpm_process(segment_index, config, raw_data_);
 
     for (std::uint32_t i = 0; i < segment_number; ++i)
     {
@@ -155,10 +154,7 @@ std::int32_t lib_dma_phy_t::_process_segment(std::uint32_t segment_index, std::u
     common_log::print_trace_time(
         fmt::format("dma_phy_process(equalizer loop number: {})all time: ", config.equalizer_loop_number), passes_start);
 
-    // Always the first entry: of several segments the last one's window stays.
-    data_manager_.get_error_summary(0).carrier_power =
-        cal_channel_power(std::span(raw_data_).first(range.window_len), power_load_ohms, static_cast<float>(config.sample_rate),
-                          static_cast<float>(frame_.get_bandwidth()), false);
+    _update_carrier_power(std::span(raw_data_).first(range.window_len), data_manager_, config, frame_.get_bandwidth());
     return LIB_DMA_RESULT_OK;
 }
 

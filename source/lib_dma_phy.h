@@ -8,7 +8,9 @@
 #include "lib_dma_phy_data_manager.h"
 #include "support/lib_constellation.h"
 
+#include <complex>
 #include <cstdint>
+#include <span>
 
 namespace vrim::dma_demod_lib
 {
@@ -81,6 +83,24 @@ public:
 
     // Input conditioning (lib_dma_phy_condition.cpp)
 
+    /// Limits a capture to the frame's bandwidth, in place, its length and alignment kept: an equiripple low-pass of least
+    /// order, 0.1 dB of ripple up to the bandwidth and 100 dB from 1.1 times on, both estimates. With a bandwidth at or above
+    /// the sample rate the pass band ends at 0.9 of the Nyquist frequency. So it does, said in the log, where a bandwidth
+    /// just below the sample rate would take an order above 2,000. The taps of the last pair of edges are kept.
+    /// @param segment_index  not read
+    /// @param config         `sample_rate` is read
+    /// @return false, logged and `data` as it was, when there is no filter
+    bool deal_filterpm_process(std::uint32_t segment_index, const lib_dma_demod_config_mgr& config, complex_array& data);
+    /// The same job by a windowed sinc of 513 taps with its edge at 0.8 of the Nyquist frequency, whatever the bandwidth. The
+    /// run does not use it. @return false when there is no filter
+    bool deal_filter_process(std::uint32_t segment_index, const lib_dma_demod_config_mgr& config, complex_array& data);
+    /// Writes the channel power of `data` to the first error summary, dBm at 100 ohms.
+    /// @param config     `sample_rate` is read
+    /// @param bandwidth  Hz
+    /// @return true
+    bool cal_carrier_power(complex_array data, lib_dma_phy_data_manager_t& data_manager, const lib_dma_demod_config_mgr& config,
+                           std::uint64_t bandwidth);
+
     /// Mirrors the spectrum in place: transform, bins reversed and conjugated, inverse transform. Since the reversal takes
     /// bin k to N - 1 - k, a tone comes back one bin lower than its mirror image. @return true
     bool deal_spectrum_invert(complex_array& data);
@@ -123,6 +143,14 @@ private:
         std::int32_t start = 0;           ///< first sample of the block; below 0 when its run-in does not fit
     };
 
+    /// The filter that limits the capture, kept from run to run. Edges are relative to the Nyquist frequency.
+    struct limit_filter_t
+    {
+        double pass_edge = -1.0;
+        double stop_edge = -1.0;
+        complex_array taps;
+    };
+
     /// Sets the state to stop. @return the code
     std::int32_t _stop(lib_dma_result_code_t code);
     /// Analyses one segment. @param[in,out] search_length  seconds, raised to what the segments need
@@ -138,9 +166,14 @@ private:
     static void _update_head_lengths(const lib_dma_segment_configure_manager_t& segment, std::int32_t pre_sym,
                                      lib_dma_demod_config_mgr& config);
 
+    /// `cal_carrier_power` over a stretch of the capture, without a copy of it.
+    static void _update_carrier_power(std::span<const std::complex<float>> window, lib_dma_phy_data_manager_t& data_manager,
+                                      const lib_dma_demod_config_mgr& config, std::uint64_t bandwidth);
+
     lib_dma_main_process_state_t process_state_ = LIB_DMA_PROCESS_STOP;
     lib_dma_frame_configure_manager_t frame_;
     complex_array raw_data_;
+    limit_filter_t limit_filter_;
     complex_array demod_block_; ///< the block at the working rate; its memory serves run after run
     lib_dma_phy_data_manager_t data_manager_;
     lib_dma_phy_frequency_correct_t frequency_correct_;
