@@ -241,6 +241,34 @@ TEST(LeastSquare, WeightsThatCountAsConstantHaveNoInfluenceWithoutGaps)
     EXPECT_EQ(make_filter(design, 20), expected);
 }
 
+TEST(LeastSquare, TheWindowMethodHasNoWeights)
+{
+    design_t design = highpass;
+    design.edges = { 0.3, 0.3, 0.6, 0.6 };
+    const complex_array expected = make_filter(design, 20);
+    design.weights = { 1.0, 50.0, 7.0 };
+    for (const lib_window_type_t window : { LIB_WINDOW_KAISER, LIB_WINDOW_HANN })
+    {
+        auto parameters = make_parameters(design, 20);
+        parameters.set_fir_design_method(LIB_FIR_METHOD_WINDOW);
+        parameters.set_window_type(window);
+        complex_array taps;
+        ASSERT_TRUE(designer_t::_least_square_method(parameters, taps));
+        EXPECT_EQ(taps, expected) << window;
+    }
+}
+
+TEST(LeastSquare, TakesTheConfiguredOrderWhateverMinimumOrderSays)
+{
+    design_t design = lowpass;
+    design.weights[1] = 30.0;
+    auto parameters = make_parameters(design, 24);
+    parameters.get_order_parameter().set_minimum_order_enable(true);
+    complex_array taps;
+    ASSERT_TRUE(designer_t::_least_square_method(parameters, taps));
+    EXPECT_EQ(taps, make_filter(design, 24));
+}
+
 TEST(LeastSquare, AFirstTransitionWithoutWidthSpeaksForTheSecond)
 {
     // Meant: the second gap then counts as a band of amplitude 0.
