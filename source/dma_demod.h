@@ -21,6 +21,8 @@
 #include "lib_dma_common/symbol_sync.h"
 #include "lib_dma_demod/lib_dma_demod_record.h"
 #include "lib_dma_demod/lib_dma_psk_demod.h"
+#include "lib_dma_demod/lib_dma_qam_common.h"
+#include "lib_dma_demod/lib_dma_qam_demod.h"
 #include "lib_dma_phy.h"
 #include "lib_dma_phy_data_manager.h"
 #include "lib_dma_phy_result.h"

@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <fmt/format.h>
 #include <span>
+#include <string_view>
 
 namespace vrim::dma_demod_lib
 {
@@ -171,23 +172,22 @@ bool lib_dma_phy_t::deal_demo_process(std::uint32_t segment_index, const complex
         process_state_ = LIB_DMA_PROCESS_STOP;
         return false;
     };
+    const auto run = [&](auto& demod, auto process, std::string_view failure)
+    {
+        demod.init();
+        const bool configured = demod.set_frame_configure(frame_, segment_index, config);
+        const bool processed = (demod.*process)(segment_index, raw_window, demod_block, data_manager_, config);
+        if (configured && processed)
+            return true;
+        DMA_LOG_END(failure);
+        return fail();
+    };
     switch (frame_.get_segment(segment_index).get_format_configure().get_format_group())
     {
     case LIB_DMA_GROUP_PSK:
-    {
-        psk_demod_.init();
-        const bool configured = psk_demod_.set_frame_configure(frame_, segment_index, config);
-        const bool processed =
-            psk_demod_.lib_dma_psk_demod_process(segment_index, raw_window, demod_block, data_manager_, config);
-        if (configured && processed)
-            return true;
-        DMA_LOG_END("deal_demo_process:psk demod error!\n");
-        return fail();
-    }
+        return run(psk_demod_, &lib_dma_psk_demod_t::lib_dma_psk_demod_process, "deal_demo_process:psk demod error!\n");
     case LIB_DMA_GROUP_QAM:
-        DMA_LOG_END("This version has no QAM demodulator yet.\n");
-        DMA_LOG_END("deal_demo_process:qam demod error!\n");
-        return fail();
+        return run(qam_demod_, &lib_dma_qam_demod_t::lib_dma_qam_demod_process, "deal_demo_process:qam demod error!\n");
     case LIB_DMA_GROUP_FSK:
         DMA_LOG_END("This version has no FSK demodulator yet.\n");
         DMA_LOG_END("deal_demo_process:fsk demod error!\n");
