@@ -19,6 +19,8 @@
 #include "lib_dma_common/lib_resample.h"
 #include "lib_dma_common/plain_array.h"
 #include "lib_dma_common/symbol_sync.h"
+#include "lib_dma_demod/lib_dma_apsk_demod.h"
+#include "lib_dma_demod/lib_dma_ask_demod.h"
 #include "lib_dma_demod/lib_dma_demod_record.h"
 #include "lib_dma_demod/lib_dma_psk_demod.h"
 #include "lib_dma_demod/lib_dma_qam_common.h"

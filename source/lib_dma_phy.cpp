@@ -197,13 +197,9 @@ bool lib_dma_phy_t::deal_demo_process(std::uint32_t segment_index, const complex
         DMA_LOG_END("deal_demo_process:msk demod error!\n");
         return fail();
     case LIB_DMA_GROUP_ASK:
-        DMA_LOG_END("This version has no ASK demodulator yet.\n");
-        DMA_LOG_END("deal_demo_process:ask demod error!\n");
-        return fail();
+        return run(ask_demod_, &lib_dma_ask_demod_t::lib_dma_ask_demod_process, "deal_demo_process:ask demod error!\n");
     case LIB_DMA_GROUP_APSK:
-        DMA_LOG_END("This version has no APSK demodulator yet.\n");
-        DMA_LOG_END("deal_demo_process:apsk demod error!\n");
-        return fail();
+        return run(apsk_demod_, &lib_dma_apsk_demod_t::lib_dma_apsk_demod_process, "deal_demo_process:apsk demod error!\n");
     case LIB_DMA_GROUP_OQPSK:
         DMA_LOG_END("This version has no OQPSK demodulator yet.\n");
         DMA_LOG_END("deal_demo_process:oqpsk demod error!\n");

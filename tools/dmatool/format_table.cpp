@@ -152,7 +152,7 @@ std::vector<group_row_t> make_group_table()
           "LIB_DMA_GROUP_ASK",
           "ask_format",
           LIB_DMA_GROUP_ASK,
-          false,
+          true,
           {
               { "2ASK", "LIB_DMA_ASK_2", LIB_DMA_ASK_2, { "OOK" } },
               { "4ASK", "LIB_DMA_ASK_4", LIB_DMA_ASK_4, {} },
@@ -163,7 +163,7 @@ std::vector<group_row_t> make_group_table()
           "LIB_DMA_GROUP_APSK",
           "apsk_format",
           LIB_DMA_GROUP_APSK,
-          false,
+          true,
           {
               { "16APSK", "LIB_DMA_APSK_16", LIB_DMA_APSK_16, {} },
               { "32APSK", "LIB_DMA_APSK_32", LIB_DMA_APSK_32, {} },
