@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <fmt/format.h>
 #include <span>
+#include <string_view>
 
 namespace vrim::dma_demod_lib
 {
@@ -167,23 +168,22 @@ bool lib_dma_phy_t::deal_demo_process(std::uint32_t segment_index, const complex
         process_state_ = LIB_DMA_PROCESS_STOP;
         return false;
     };
+    const auto run = [&](auto& demod, auto process, std::string_view failure)
+    {
+        demod.init();
+        const bool configured = demod.set_frame_configure(frame_, segment_index, config);
+        const bool processed = (demod.*process)(segment_index, raw_window, demod_block, data_manager_, config);
+        if (configured && processed)
+            return true;
+        DMA_LOG_END(failure);
+        return fail();
+    };
     switch (frame_.get_segment(segment_index).get_format_configure().get_format_group())
     {
     case LIB_DMA_GROUP_PSK:
-    {
-        psk_demod_.init();
-        const bool configured = psk_demod_.set_frame_configure(frame_, segment_index, config);
-        const bool processed =
-            psk_demod_.lib_dma_psk_demod_process(segment_index, raw_window, demod_block, data_manager_, config);
-        if (configured && processed)
-            return true;
-        DMA_LOG_END("deal_demo_process:psk demod error!\n");
-        return fail();
-    }
+        return run(psk_demod_, &lib_dma_psk_demod_t::lib_dma_psk_demod_process, "deal_demo_process:psk demod error!\n");
     case LIB_DMA_GROUP_QAM:
-        DMA_LOG_END("This version has no QAM demodulator yet.\n");
-        DMA_LOG_END("deal_demo_process:qam demod error!\n");
-        return fail();
+        return run(qam_demod_, &lib_dma_qam_demod_t::lib_dma_qam_demod_process, "deal_demo_process:qam demod error!\n");
     case LIB_DMA_GROUP_FSK:
         DMA_LOG_END("This version has no FSK demodulator yet.\n");
         DMA_LOG_END("deal_demo_process:fsk demod error!\n");
@@ -193,13 +193,9 @@ bool lib_dma_phy_t::deal_demo_process(std::uint32_t segment_index, const complex
         DMA_LOG_END("deal_demo_process:msk demod error!\n");
         return fail();
     case LIB_DMA_GROUP_ASK:
-        DMA_LOG_END("This version has no ASK demodulator yet.\n");
-        DMA_LOG_END("deal_demo_process:ask demod error!\n");
-        return fail();
+        return run(ask_demod_, &lib_dma_ask_demod_t::lib_dma_ask_demod_process, "deal_demo_process:ask demod error!\n");
     case LIB_DMA_GROUP_APSK:
-        DMA_LOG_END("This version has no APSK demodulator yet.\n");
-        DMA_LOG_END("deal_demo_process:apsk demod error!\n");
-        return fail();
+        return run(apsk_demod_, &lib_dma_apsk_demod_t::lib_dma_apsk_demod_process, "deal_demo_process:apsk demod error!\n");
     case LIB_DMA_GROUP_OQPSK:
         DMA_LOG_END("This version has no OQPSK demodulator yet.\n");
         DMA_LOG_END("deal_demo_process:oqpsk demod error!\n");

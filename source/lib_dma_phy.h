@@ -4,7 +4,10 @@
 #include "dma_types.h"
 #include "lib_dma_cfg_manager/lib_dma_frame_configure_manager.h"
 #include "lib_dma_common/lib_dma_phy_frequency_correct.h"
+#include "lib_dma_demod/lib_dma_apsk_demod.h"
+#include "lib_dma_demod/lib_dma_ask_demod.h"
 #include "lib_dma_demod/lib_dma_psk_demod.h"
+#include "lib_dma_demod/lib_dma_qam_demod.h"
 #include "lib_dma_phy_data_manager.h"
 #include "support/lib_constellation.h"
 
@@ -177,7 +180,10 @@ private:
     complex_array demod_block_; ///< the block at the working rate; its memory serves run after run
     lib_dma_phy_data_manager_t data_manager_;
     lib_dma_phy_frequency_correct_t frequency_correct_;
+    lib_dma_qam_demod_t qam_demod_;
     lib_dma_psk_demod_t psk_demod_;
+    lib_dma_ask_demod_t ask_demod_;
+    lib_dma_apsk_demod_t apsk_demod_;
     double sample_rate_ = 0.0;
     bool sample_rate_flag_ = false;
 };

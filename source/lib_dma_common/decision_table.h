@@ -38,25 +38,33 @@ public:
     /// Nearest point, distances squared in double; 0 for an empty table.
     std::complex<float> decide_point(std::complex<float> value) const
     {
-        return points_.empty() ? std::complex<float>(0.0f, 0.0f) : points_[_find_nearest<double>(value)];
+        return points_.empty() ? std::complex<float>(0.0f, 0.0f) : points_[find_nearest<double>(value)];
     }
 
     /// Key of the nearest point, distances squared in single precision; 0 for an empty table.
-    std::uint32_t decide_index(std::complex<float> value) const { return keys_.empty() ? 0 : keys_[_find_nearest<float>(value)]; }
+    std::uint32_t decide_index(std::complex<float> value) const { return keys_.empty() ? 0 : keys_[find_nearest<float>(value)]; }
 
-private:
+    /// Point of a number in key order.
+    std::complex<float> get_point(std::size_t number) const { return points_[number]; }
+
+    /// The measure of all decisions. @tparam number_t  precision of the differences and of the square
     template <typename number_t>
-    std::size_t _find_nearest(std::complex<float> value) const
+    static number_t squared_distance(std::complex<float> point, std::complex<float> value)
     {
-        const number_t value_re = static_cast<number_t>(value.real());
-        const number_t value_im = static_cast<number_t>(value.imag());
+        const number_t re = static_cast<number_t>(point.real()) - static_cast<number_t>(value.real());
+        const number_t im = static_cast<number_t>(point.imag()) - static_cast<number_t>(value.imag());
+        return re * re + im * im;
+    }
+
+    /// Number, in key order, of the nearest point; 0 where none is at a finite distance.
+    template <typename number_t>
+    std::size_t find_nearest(std::complex<float> value) const
+    {
         std::size_t best = 0;
         number_t best_distance = std::numeric_limits<number_t>::max();
         for (std::size_t i = 0; i < points_.size(); ++i)
         {
-            const number_t re = static_cast<number_t>(points_[i].real()) - value_re;
-            const number_t im = static_cast<number_t>(points_[i].imag()) - value_im;
-            const number_t distance = re * re + im * im;
+            const number_t distance = squared_distance<number_t>(points_[i], value);
             // Selected, not branched: which point is nearest is as random as the data.
             const bool nearer = distance < best_distance;
             best_distance = nearer ? distance : best_distance;
@@ -65,6 +73,7 @@ private:
         return best;
     }
 
+private:
     std::vector<std::uint32_t> keys_;
     complex_array points_;
 };

@@ -111,6 +111,11 @@ public:
     /// `threshold` of it.
     /// @return degrees, unsigned; 0 when no symbol counts
     static float quad_error_cal(const complex_array& symbols, float threshold, float rotation);
+    /// Quadrature figure of QAM from the mean amplitudes of the innermost points of the first and the second quadrant.
+    /// @param symbols  at unit rms
+    /// @return degrees; 0 when a quadrant has no such point. The limit of the class lies on a ring of points at some formats,
+    ///         so noise moves points in and out of it.
+    static float qam_quad_error_cal(lib_dma_qam_modulation_type_t format, const complex_array& symbols);
     /// Quadrature figure of APSK from the mean powers of two amplitude classes. For 32APSK it is always 0.
     /// A format that is not 16 or 32 is logged and ends the process with exit code 1.
     /// @return degrees

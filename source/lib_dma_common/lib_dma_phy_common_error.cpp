@@ -1,5 +1,6 @@
 #include "lib_dma_common/lib_dma_phy_common.h"
 
+#include "lib_dma_demod/lib_dma_qam_common.h"
 #include "support/internal/complex_ops.h"
 #include "support/internal/vector_clones.h"
 #include "support/lib_common_math.h"
@@ -162,6 +163,37 @@ float lib_dma_phy_common_t::quad_error_cal(const complex_array& symbols, float t
     if (count == 0)
         return 0.0f;
     return static_cast<float>(static_cast<double>(sum / static_cast<float>(count)) / common_lib::pi * 180.0);
+}
+
+float lib_dma_phy_common_t::qam_quad_error_cal(lib_dma_qam_modulation_type_t format, const complex_array& symbols)
+{
+    // The square root of 4.5 in units of half the distance of neighbouring points.
+    constexpr double class_limit = 2.121320343559642;
+    const float limit = static_cast<float>(class_limit / static_cast<double>(lib_dma_qam_common_t::qam_get_rms(format)));
+    double first_sum = 0.0;
+    double second_sum = 0.0;
+    std::uint32_t first_count = 0;
+    std::uint32_t second_count = 0;
+    for (const std::complex<float>& symbol : symbols)
+    {
+        const float amplitude = lib_common_math_t::get_complex_amplitude(symbol);
+        if (!(amplitude < limit) || !(symbol.imag() > 0.0f))
+            continue;
+        if (symbol.real() > 0.0f)
+        {
+            first_sum += static_cast<double>(amplitude);
+            ++first_count;
+        }
+        else if (symbol.real() < 0.0f)
+        {
+            second_sum += static_cast<double>(amplitude);
+            ++second_count;
+        }
+    }
+    if (first_count == 0 || second_count == 0)
+        return 0.0f;
+    const double ratio = (first_sum / first_count) / (second_sum / second_count);
+    return static_cast<float>(2.0 * (45.0 - std::atan(ratio) / common_lib::pi * 180.0));
 }
 
 float lib_dma_phy_common_t::apsk_quad_error_cal(lib_dma_apsk_modulation_type_t format, const complex_array& symbols)

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <utility>
 
 namespace vrim::dma_demod_lib
 {
@@ -101,6 +102,24 @@ float_array cal_folded_phases(const complex_array& meas, const complex_array& re
     }
     return phases;
 }
+
+/// Takes out the symbols at level 0, whose phase is that of the noise. The others keep their positions.
+void drop_empty_symbols(const complex_array& ref, float_array& positions, float_array& phases)
+{
+    constexpr float empty_share = 1e-3f; // of the rms
+    const float limit = empty_share * lib_common_math_t::get_complex_array_rms(ref);
+    std::size_t kept = 0;
+    for (std::size_t i = 0; i < phases.size(); ++i)
+    {
+        if (lib_common_math_t::get_complex_amplitude(ref[i]) < limit)
+            continue;
+        positions[kept] = positions[i];
+        phases[kept] = phases[i];
+        ++kept;
+    }
+    positions.resize(kept);
+    phases.resize(kept);
+}
 } // namespace
 
 void lib_dma_phy_common_t::deal_fixed_phase(lib_dma_modulation_type_t format_group, const float_array& fit, std::uint32_t pre_num,
@@ -158,12 +177,15 @@ void lib_dma_phy_common_t::deal_fine_phase_fit(lib_dma_modulation_type_t format_
         take_inner_symbols(ref, pre_num, sps, ref_symbols);
     }
 
-    const float_array phases = cal_folded_phases(meas_symbols, ref_symbols);
+    float_array phases = cal_folded_phases(meas_symbols, ref_symbols);
     float_array positions(phases.size());
     for (std::size_t i = 0; i < positions.size(); ++i)
         positions[i] = static_cast<float>(i);
+    float_array fitted_positions = positions;
+    if (format_group == LIB_DMA_GROUP_ASK)
+        drop_empty_symbols(ref_symbols, fitted_positions, phases);
     float_array fit;
-    if (!common_lib::lib_dma_common_polyfit_t::deal_polyfit(positions, phases, 1, fit))
+    if (!common_lib::lib_dma_common_polyfit_t::deal_polyfit(std::move(fitted_positions), std::move(phases), 1, fit))
     {
         DMA_LOG_ERROR("warning deal_fine_phase_fit::deal_polyfit:error!\n");
         return;

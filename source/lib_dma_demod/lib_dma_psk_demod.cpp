@@ -4,13 +4,13 @@
 #include "lib_dma_common/lib_dma_phy_frequency_correct.h"
 #include "lib_dma_demod/stage/carrier_track.h"
 #include "lib_dma_demod/stage/demod_settings.h"
-#include "lib_dma_demod/stage/error_figures.h"
+#include "lib_dma_demod/stage/error_table.h"
 #include "lib_dma_demod/stage/meas_filter.h"
 #include "lib_dma_demod/stage/reference.h"
 #include "lib_dma_demod/stage/result_position.h"
 #include "lib_dma_demod/stage/symbol_decision.h"
+#include "lib_dma_demod/stage/symbol_decode.h"
 #include "lib_dma_demod/stage/symbol_timing.h"
-#include "lib_dma_demod/stage/sync_window.h"
 #include "support/internal/complex_ops.h"
 #include "support/lib_common_math.h"
 #include "support/lib_constellation.h"
@@ -37,6 +37,11 @@ constexpr float single_pi = 3.14159274f;
 // Mean distance to the decided points, at unit rms, below which the carrier loop counts as locked.
 constexpr float lock_level = 0.7f;
 constexpr std::uint32_t timing_block_symbols = 64;
+constexpr demod_stage::decode_words_t psk_decode_words = {
+    "oqpsk_decode_bit:data is too short!\n", // one text for both groups
+    "psk_decode_bit::rms_normalize Report: Data array has a too small rms0: ",
+    "psk_decode_bit::rms_normalize Report: Data array has a too small rms2: ",
+};
 // Half the way to the neighbouring point of 8PSK, sin(pi / 8).
 constexpr float quadrature_threshold = 0.38268343f;
 constexpr float quarter_pi = 0.7853982f;
@@ -257,7 +262,7 @@ bool lib_dma_psk_demod_t::psk_carrier_sync(const lib_dma_psk_modulation_param& p
         fmt::format("psk_carrier_sync:phase_out size = {}   locked_point = {}", track.phase.size(), locked_point));
 
     start_time = lib_test_t::get_current_time();
-    if (!demod_stage::cal_carrier_line(track, locked_point, fit_coefficients))
+    if (!demod_stage::cal_carrier_line(track.phase, locked_point, fit_coefficients))
     {
         DMA_LOG_ERROR("warning lib_dma_common_polyfit_t::deal_polyfit:error!\n");
         return false;
@@ -286,39 +291,7 @@ bool lib_dma_psk_demod_t::symbol_detect(lib_dma_phy_data_manager_t& data_manager
 
 bool lib_dma_psk_demod_t::ref_data_generate(lib_dma_demod_config_mgr& config)
 {
-    complex_array& ref = work.ref_data;
-    ref.swap(work.iq_data); // the block has served; its memory is as long as the reference
-    work.iq_data.clear();
-    complex_array taps;
-    const std::uint32_t delay = demod_stage::cal_reference_delay(setting.ref_filter_type, setting.filter_length, setting.sps);
-    // Without taps the reference goes on unfiltered.
-    if (!demod_stage::generate_pulse_taps(setting.ref_filter_type, setting.filter_length, setting.filter_alpha, setting.sps,
-                                          filter_, taps))
-        taps.clear();
-    demod_stage::generate_reference_waveform(setting.ref_filter_type, taps, work.decided_symbol, setting.sps, delay, ref);
-    // The measurement lost its turn by a continuous line, so the reference loses it continuously too.
-    if (const double step = cal_psk_reference_step(psk_format); step != 0.0)
-        demod_stage::deal_sample_ramp(step, setting.sps, ref);
-
-    if (!demod_stage::deal_level_match(ref, work.meas_data))
-    {
-        common_log::print_trace_line(fmt::format("ref_data_generate::rms_normalize Report: Data array has a too small rms: {}",
-                                                 lib_common_math_t::get_complex_array_rms(work.meas_data)));
-        return false;
-    }
-    double fine_frequency = 0.0;
-    lib_dma_phy_common_t::deal_fine_phase_fit(setting.format_group, work.meas_data, ref, fine_frequency, setting.symbol_rate,
-                                              setting.pre_num, setting.sps);
-    config.carrier_frequency_offset += fine_frequency;
-
-    demod_stage::deal_head_cut(setting.head_len, setting.sps, work.meas_data, ref);
-    setting.meas_interval *= setting.points_per_symbol;
-    demod_stage::deal_result_rate(setting.sps, setting.points_per_symbol, work.meas_data);
-    demod_stage::deal_result_rate(setting.sps, setting.points_per_symbol, work.ref_data);
-    const std::uint32_t tail_symbols = setting.head_len / setting.sps;
-    demod_stage::take_result_symbols(work.meas_data, setting.points_per_symbol, tail_symbols, work.meas_symbol);
-    demod_stage::take_result_symbols(work.ref_data, setting.points_per_symbol, tail_symbols, work.ref_symbol);
-    return true;
+    return demod_stage::deal_reference(cal_psk_reference_step(psk_format), setting, filter_, work, config);
 }
 
 bool lib_dma_psk_demod_t::psk_decode_bit(std::uint32_t segment_index, lib_dma_phy_data_manager_t& data_manager)
@@ -332,79 +305,8 @@ bool lib_dma_psk_demod_t::psk_decode_bit(std::uint32_t segment_index, lib_dma_ph
         setting.constellation_setting_flag ? std::complex<float>(1.0f, 0.0f) : unit_phasor(-rotation);
     const auto decide = [&](std::complex<float> symbol) { return table.decide_index(complex_product(symbol, turn)); };
 
-    std::vector<std::uint32_t>& decoded = data_manager.get_decode_bit(segment_index);
-    decoded.clear();
-    demod_stage::fit_sync_pattern(bits_per_symbol, setting.sync_pattern_bitarr);
-
-    demod_stage::window_t window = {};
-    window.interval = setting.meas_interval;
-    window.points_per_symbol = setting.points_per_symbol;
-    std::uint32_t bit_position = 0;
-    if (segment_index == 0 && setting.sync_search)
-    {
-        demod_stage::sync_search_t search =
-            demod_stage::deal_sync_search(work.meas_data, setting.points_per_symbol, _get_search_rotations(),
-                                          setting.sync_pattern_bitarr, bits_per_symbol, decide);
-        decoded = std::move(search.decoded);
-        if (search.found)
-        {
-            data_manager.get_sync_search_flag_vec().at(0) = true;
-            bit_position = search.bit_position;
-            // Both get the last turn only, not the sum of all tried ones; the error vector does not see it.
-            lib_dma_phy_common_t::deal_mixer1(work.meas_data, 0.0, search.rotation);
-            lib_dma_phy_common_t::deal_mixer1(work.ref_data, 0.0, search.rotation);
-        }
-        window.start = _cal_window_start(data_manager, segment_index, bits_per_symbol, bit_position);
-    }
-    else
-    {
-        decoded = demod_stage::decide_symbols(work.meas_data, setting.points_per_symbol, decide);
-    }
-    data_manager.get_decode_bit_flag_vec().at(segment_index) = true;
-
-    window.sync_symbol_index = bit_position / bits_per_symbol;
-    window.sync_found = data_manager.get_sync_search_flag_vec().at(segment_index);
-    const demod_stage::window_cut_t cut =
-        demod_stage::deal_window_cut(window, setting.sync_offset, work.meas_data, work.ref_data, decoded);
-    if (!cut.decoded_cut)
-        data_manager.get_decode_bit_flag_vec().at(segment_index) = false;
-    if (cut.offset_rejected)
-        setting.sync_offset = 0.0f;
-    if (cut.too_short)
-        DMA_LOG_ERROR("oqpsk_decode_bit:data is too short!\n");
-
-    float level = 0.0f;
-    switch (demod_stage::deal_window_scale(setting.points_per_symbol, work.meas_data, work.ref_data, level))
-    {
-    case demod_stage::window_scale_t::no_reference:
-        common_log::print_trace_line(
-            fmt::format("psk_decode_bit::rms_normalize Report: Data array has a too small rms0: {}", level));
-        return false;
-    case demod_stage::window_scale_t::no_measurement:
-        common_log::print_trace_line(
-            fmt::format("psk_decode_bit::rms_normalize Report: Data array has a too small rms2: {}", level));
-        return false;
-    case demod_stage::window_scale_t::done:
-        break;
-    }
-    return true;
-}
-
-std::uint32_t lib_dma_psk_demod_t::_cal_window_start(const lib_dma_phy_data_manager_t& data_manager, std::uint32_t segment_index,
-                                                     std::uint32_t bits_per_symbol, std::uint32_t& bit_position)
-{
-    if (!data_manager.get_sync_search_flag_vec().at(0))
-    {
-        const std::int32_t centre = data_manager.get_dma_demod_config_mgr(segment_index).pulse_center_sym;
-        setting.data_start += setting.points_per_symbol * static_cast<std::uint32_t>(centre);
-        DMA_LOG_ERROR("Pattern Not Found!\n");
-        bit_position = 0;
-    }
-    const std::uint32_t window_start =
-        demod_stage::cal_window_start(bit_position, bits_per_symbol, setting.sync_offset, setting.points_per_symbol);
-    setting.data_start = demod_stage::cal_window_data_start(setting.data_start, window_start, setting.symbol_rate,
-                                                            setting.sample_rate, setting.sps);
-    return window_start;
+    return demod_stage::deal_symbol_decode(segment_index, bits_per_symbol, _get_search_rotations(), psk_decode_words, decide,
+                                           setting, work, data_manager);
 }
 
 float_array lib_dma_psk_demod_t::_get_search_rotations() const
@@ -430,40 +332,8 @@ bool lib_dma_psk_demod_t::deal_phase_rotation()
 
 bool lib_dma_psk_demod_t::error_cal(std::uint32_t segment_index, lib_dma_phy_data_manager_t& data_manager)
 {
-    // Room for the long results first: what is only passing by then lies behind them and goes back to the system.
-    data_manager.get_mag_error_vector(segment_index).reserve(work.meas_data.size());
-    data_manager.get_phase_error_vector(segment_index).reserve(work.meas_data.size());
-    demod_stage::error_figures_t figures =
-        demod_stage::cal_error_figures(work.meas_data, work.ref_data, setting.points_per_symbol, setting.evm_normalization_ref);
-    err_table_t& err_table = data_manager.get_err_table(segment_index);
-    error_summary_t& summary = data_manager.get_error_summary(segment_index);
-    if (setting.iq_offset_flag)
-        err_table.iq_offset = lib_dma_phy_common_t::iq_offset_cal(figures.error_vector);
-
-    demod_stage::take_error_summary(std::move(figures.summary), summary);
-    demod_stage::print_error_figures(summary);
-    // The waveforms have no later reader in the run.
-    summary.ref_data = std::move(work.ref_data);
-    summary.meas_data = std::move(work.meas_data);
-    complex_array& ref_constellation = data_manager.get_iq_ref_time_constellation(segment_index);
-    complex_array& meas_constellation = data_manager.get_iq_meas_time_constellation(segment_index);
-    ref_constellation = std::move(figures.ref_points);
-    meas_constellation = std::move(figures.meas_points);
-    lib_dma_phy_common_t::filter_invalid(ref_constellation, 0.2f);
-    lib_dma_phy_common_t::filter_invalid(meas_constellation, 0.2f);
-
-    err_table.gain_imbalance = lib_dma_phy_common_t::gain_imbalance_cal(work.meas_symbol);
-    err_table.rho = lib_dma_phy_common_t::deal_corr(ref_constellation, meas_constellation, 0,
-                                                    static_cast<std::uint32_t>(meas_constellation.size()));
-    psk_error_cal(work.meas_symbol, err_table);
-    DMA_LOG_INFO("IQoffset = %.5f dB, QuadErr = %.5f deg, GainImb = %.5fdB \n", err_table.iq_offset, err_table.quad_error,
-                 err_table.gain_imbalance);
-    DMA_LOG_INFO("data_manager:brust_search_flag = %u\n", data_manager.get_brust_search_flag(segment_index));
-
-    data_manager.get_error_vector(segment_index) = std::move(figures.error_vector);
-    lib_dma_phy_common_t::float_to_complex_arr(std::move(figures.mag_error), data_manager.get_mag_error_vector(segment_index));
-    lib_dma_phy_common_t::float_to_complex_arr(std::move(figures.phase_error),
-                                               data_manager.get_phase_error_vector(segment_index));
+    psk_error_cal(work.meas_symbol, data_manager.get_err_table(segment_index));
+    demod_stage::deal_error_table(segment_index, setting, work, data_manager);
     return true;
 }
 

@@ -90,9 +90,6 @@ private:
     /// Decision on the map that stands.
     std::complex<float> _judge(std::complex<float> point) const;
     float_array _get_search_rotations() const;
-    /// Moves the window and the data start to what the search has found.
-    std::uint32_t _cal_window_start(const lib_dma_phy_data_manager_t& data_manager, std::uint32_t segment_index,
-                                    std::uint32_t bits_per_symbol, std::uint32_t& bit_position);
 
     common_lib::lib_filter_t filter_;                                 ///< measurement and reference filter in turn
     decision_table_t judge_table_;                                    ///< `judge_map`, laid out for walking

@@ -246,6 +246,27 @@ void check_level(const vrim::complex_array& samples, std::uint64_t analysed)
     throw tool_error_t(code == LIB_DMA_RESULT_CAPTURE_TOO_SHORT ? exit_too_short : exit_analysis_failed,
                        fmt::format("the analysis failed with result code {}, {}; log: {}", code, meaning, join(errors)));
 }
+
+/// Stores the format in the record of its group.
+void set_group_format(lib_dma_format_configure_manager_t& record, const format_choice_t& choice)
+{
+    const std::uint32_t value = choice.format->value;
+    switch (choice.group->value)
+    {
+    case LIB_DMA_GROUP_QAM:
+        record.set_qam_format(static_cast<lib_dma_qam_modulation_type_t>(value));
+        break;
+    case LIB_DMA_GROUP_ASK:
+        record.set_ask_format(static_cast<lib_dma_ask_modulation_type_t>(value));
+        break;
+    case LIB_DMA_GROUP_APSK:
+        record.set_apsk_format(static_cast<lib_dma_apsk_modulation_type_t>(value));
+        break;
+    default:
+        record.set_psk_format(static_cast<lib_dma_psk_modulation_type_t>(value));
+        break;
+    }
+}
 } // namespace
 
 lib_dma_frame_configure_manager_t make_frame(const analyze_options_t& options, std::uint64_t sample_count,
@@ -256,7 +277,7 @@ lib_dma_frame_configure_manager_t make_frame(const analyze_options_t& options, s
     const lib_dma_modulation_type_t group = options.format.group->value;
 
     lib_dma_format_configure_manager_t& format = segment.get_format_configure();
-    format.set_psk_format(static_cast<lib_dma_psk_modulation_type_t>(options.format.format->value));
+    set_group_format(format, options.format);
     format.set_format_group(group);
     format.set_symbol_rate(options.symbol_rate);
     format.set_points_per_symbol(static_cast<lib_dma_point_per_symbol_type_t>(options.points_per_symbol));

@@ -85,11 +85,15 @@ const group_row_t& find_group(const std::string& text)
                                                    group.name, built));
 }
 
+// The library measures 2048QAM under a value that has no enumerator.
+constexpr std::uint32_t unassigned_2048_qam = 7;
+
 std::vector<group_row_t> make_group_table()
 {
     return {
         { "PSK",
           "LIB_DMA_GROUP_PSK",
+          "psk_format",
           LIB_DMA_GROUP_PSK,
           true,
           {
@@ -101,8 +105,9 @@ std::vector<group_row_t> make_group_table()
           } },
         { "QAM",
           "LIB_DMA_GROUP_QAM",
+          "qam_format",
           LIB_DMA_GROUP_QAM,
-          false,
+          true,
           {
               { "16QAM", "LIB_DMA_QAM_16", LIB_DMA_QAM_16, { "QAM16" } },
               { "32QAM", "LIB_DMA_QAM_32", LIB_DMA_QAM_32, { "QAM32" } },
@@ -111,6 +116,7 @@ std::vector<group_row_t> make_group_table()
               { "256QAM", "LIB_DMA_QAM_256", LIB_DMA_QAM_256, { "QAM256" } },
               { "512QAM", "LIB_DMA_QAM_512", LIB_DMA_QAM_512, { "QAM512" } },
               { "1024QAM", "LIB_DMA_QAM_1024", LIB_DMA_QAM_1024, { "QAM1024" } },
+              { "2048QAM", "7", unassigned_2048_qam, { "QAM2048" } },
               { "4096QAM", "LIB_DMA_QAM_4096", LIB_DMA_QAM_4096, { "QAM4096" } },
               { "PI/4-16QAM", "LIB_DMA_QAM_PI_16", LIB_DMA_QAM_PI_16, { "PI16QAM" } },
               { "MINUS-PI/4-32QAM", "LIB_DMA_QAM_NEGATIVE_PI_32", LIB_DMA_QAM_NEGATIVE_PI_32, {} },
@@ -122,6 +128,7 @@ std::vector<group_row_t> make_group_table()
           } },
         { "FSK",
           "LIB_DMA_GROUP_FSK",
+          "fsk_format",
           LIB_DMA_GROUP_FSK,
           false,
           {
@@ -134,6 +141,7 @@ std::vector<group_row_t> make_group_table()
           } },
         { "MSK",
           "LIB_DMA_GROUP_MSK",
+          "msk_format",
           LIB_DMA_GROUP_MSK,
           false,
           {
@@ -142,8 +150,9 @@ std::vector<group_row_t> make_group_table()
           } },
         { "ASK",
           "LIB_DMA_GROUP_ASK",
+          "ask_format",
           LIB_DMA_GROUP_ASK,
-          false,
+          true,
           {
               { "2ASK", "LIB_DMA_ASK_2", LIB_DMA_ASK_2, { "OOK" } },
               { "4ASK", "LIB_DMA_ASK_4", LIB_DMA_ASK_4, {} },
@@ -152,14 +161,16 @@ std::vector<group_row_t> make_group_table()
           } },
         { "APSK",
           "LIB_DMA_GROUP_APSK",
+          "apsk_format",
           LIB_DMA_GROUP_APSK,
-          false,
+          true,
           {
               { "16APSK", "LIB_DMA_APSK_16", LIB_DMA_APSK_16, {} },
               { "32APSK", "LIB_DMA_APSK_32", LIB_DMA_APSK_32, {} },
           } },
         { "OQPSK",
           "LIB_DMA_GROUP_OQPSK",
+          "oqpsk_format",
           LIB_DMA_GROUP_OQPSK,
           false,
           {
@@ -168,6 +179,7 @@ std::vector<group_row_t> make_group_table()
           } },
         { "DPSK",
           "LIB_DMA_GROUP_DPSK",
+          "dpsk_format",
           LIB_DMA_GROUP_DPSK,
           false,
           {
@@ -179,6 +191,7 @@ std::vector<group_row_t> make_group_table()
           } },
         { "VSB",
           "LIB_DMA_GROUP_VSB",
+          "vsb_format",
           LIB_DMA_GROUP_VSB,
           false,
           {
@@ -187,11 +200,13 @@ std::vector<group_row_t> make_group_table()
           } },
         { "CUSTOM-IQ",
           "LIB_DMA_GROUP_CUSTOM_IQ",
+          "custom_iq_format",
           LIB_DMA_GROUP_CUSTOM_IQ,
           false,
           { { "CUSTOM-IQ", "LIB_DMA_CUSTOM_IQ", LIB_DMA_CUSTOM_IQ, {} } } },
         { "OTHER",
           "LIB_DMA_GROUP_OTHER",
+          "other_format",
           LIB_DMA_GROUP_OTHER,
           false,
           {

@@ -23,6 +23,7 @@ struct group_row_t
 {
     std::string name;       ///< PSK
     std::string enumerator; ///< LIB_DMA_GROUP_PSK
+    std::string key;        ///< name of its format in reports: psk_format
     vrim::dma_demod_lib::lib_dma_modulation_type_t value;
     bool built; ///< whether the library has the group's demodulator
     std::vector<format_row_t> formats;

@@ -164,7 +164,7 @@ json_t make_settings(const analysis_t& analysis)
 
     json_t out;
     out["format_group"] = analysis.format.group->enumerator;
-    out["psk_format"] = analysis.format.format->enumerator;
+    out[analysis.format.group->key] = analysis.format.format->enumerator;
     out["symbol_rate"] = format.get_symbol_rate();
     out["sample_rate"] = analysis.rate.sample_rate;
     out["points_per_symbol"] = static_cast<std::uint32_t>(format.get_points_per_symbol());

@@ -23,17 +23,17 @@ std::uint32_t cal_locked_point(const carrier_track_t& track)
     return static_cast<std::uint32_t>(settled + static_cast<std::int64_t>(std::round(0.25 * static_cast<double>(behind))));
 }
 
-bool cal_carrier_line(const carrier_track_t& track, std::uint32_t locked_point, float_array& fit)
+bool cal_carrier_line(const float_array& phase_track, std::uint32_t locked_point, float_array& fit)
 {
-    const std::size_t first = locked_point < track.phase.size() ? locked_point : 0;
+    const std::size_t first = locked_point < phase_track.size() ? locked_point : 0;
     float_array positions;
     float_array phases;
-    positions.reserve(track.phase.size() - first);
-    phases.reserve(track.phase.size() - first);
-    for (std::size_t i = first; i < track.phase.size(); ++i)
+    positions.reserve(phase_track.size() - first);
+    phases.reserve(phase_track.size() - first);
+    for (std::size_t i = first; i < phase_track.size(); ++i)
     {
         positions.push_back(static_cast<float>(i));
-        phases.push_back(track.phase[i]);
+        phases.push_back(phase_track[i]);
     }
     return common_lib::lib_dma_common_polyfit_t::deal_polyfit(std::move(positions), std::move(phases), 1, fit);
 }

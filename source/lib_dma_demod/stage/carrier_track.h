@@ -92,10 +92,10 @@ carrier_track_t cal_carrier_track(const complex_array& symbols, double step, flo
 /// First symbol of the range to be fitted: the lock, the window, and a quarter of what follows for the loop to settle.
 std::uint32_t cal_locked_point(const carrier_track_t& track);
 
-/// Least-squares line through the track from `locked_point` on, or through all of it when nothing lies behind that point.
+/// Least-squares line through a phase track from `locked_point` on, or through all of it when nothing lies behind that point.
 /// @param[out] fit  radians per symbol, radians at symbol 0
 /// @return false when the fit fails
-bool cal_carrier_line(const carrier_track_t& track, std::uint32_t locked_point, float_array& fit);
+bool cal_carrier_line(const float_array& phase_track, std::uint32_t locked_point, float_array& fit);
 
 /// Takes the line out of the symbols. @param[out] phase_line  phase of the line at each symbol, radians
 void deal_phase_line(const float_array& fit, complex_array& symbols, float_array& phase_line);

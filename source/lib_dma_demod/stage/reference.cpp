@@ -7,8 +7,10 @@
 #include "support/internal/fir_kernel.h"
 #include "support/lib_common_math.h"
 #include "support/lib_convolution.h"
+#include "support/trace_output.h"
 
 #include <algorithm>
+#include <fmt/format.h>
 
 namespace vrim::dma_demod_lib::demod_stage
 {
@@ -196,5 +198,43 @@ void take_result_symbols(const complex_array& data, std::uint32_t points_per_sym
     symbols.clear();
     for (std::size_t i = 0; i < kept && points_per_symbol != 0; i += points_per_symbol)
         symbols.push_back(data[i]);
+}
+
+bool deal_reference(double step, demod_setting_t& setting, common_lib::lib_filter_t& filter, demod_work_t& work,
+                    lib_dma_demod_config_mgr& config)
+{
+    complex_array& ref = work.ref_data;
+    ref.swap(work.iq_data); // the block has served; its memory is as long as the reference
+    work.iq_data.clear();
+    complex_array taps;
+    const std::uint32_t delay = cal_reference_delay(setting.ref_filter_type, setting.filter_length, setting.sps);
+    // Without taps the reference goes on unfiltered.
+    if (!generate_pulse_taps(setting.ref_filter_type, setting.filter_length, setting.filter_alpha, setting.sps,
+                                          filter, taps))
+        taps.clear();
+    generate_reference_waveform(setting.ref_filter_type, taps, work.decided_symbol, setting.sps, delay, ref);
+    // The measurement lost its turn by a continuous line, so the reference loses it continuously too.
+    if (step != 0.0)
+        deal_sample_ramp(step, setting.sps, ref);
+
+    if (!deal_level_match(ref, work.meas_data))
+    {
+        common_log::print_trace_line(fmt::format("ref_data_generate::rms_normalize Report: Data array has a too small rms: {}",
+                                                 lib_common_math_t::get_complex_array_rms(work.meas_data)));
+        return false;
+    }
+    double fine_frequency = 0.0;
+    lib_dma_phy_common_t::deal_fine_phase_fit(setting.format_group, work.meas_data, ref, fine_frequency, setting.symbol_rate,
+                                              setting.pre_num, setting.sps);
+    config.carrier_frequency_offset += fine_frequency;
+
+    deal_head_cut(setting.head_len, setting.sps, work.meas_data, ref);
+    setting.meas_interval *= setting.points_per_symbol;
+    deal_result_rate(setting.sps, setting.points_per_symbol, work.meas_data);
+    deal_result_rate(setting.sps, setting.points_per_symbol, work.ref_data);
+    const std::uint32_t tail_symbols = setting.head_len / setting.sps;
+    take_result_symbols(work.meas_data, setting.points_per_symbol, tail_symbols, work.meas_symbol);
+    take_result_symbols(work.ref_data, setting.points_per_symbol, tail_symbols, work.ref_symbol);
+    return true;
 }
 } // namespace vrim::dma_demod_lib::demod_stage

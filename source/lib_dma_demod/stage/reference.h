@@ -2,6 +2,8 @@
 
 #include "dma_types.h"
 #include "lib_dma_cfg_manager/lib_dma_enum.h"
+#include "lib_dma_demod/lib_dma_demod_record.h"
+#include "lib_dma_phy_result.h"
 #include "support/lib_filter.h"
 
 #include <cstddef>
@@ -46,4 +48,11 @@ void deal_result_rate(std::uint32_t sps, std::uint32_t points_per_symbol, comple
 /// Symbols of a waveform at the result rate without its last `tail_symbols`.
 void take_result_symbols(const complex_array& data, std::uint32_t points_per_symbol, std::uint32_t tail_symbols,
                          complex_array& symbols);
+
+/// The whole stage: rebuilds the ideal waveform of `work.decided_symbol`, aligns the measurement with it in time, level and
+/// phase, and brings both to the result rate.
+/// @param step  fixed turn of the format, radians per symbol; 0 where there is none
+/// @return false, said on standard output, when the measurement has no signal
+bool deal_reference(double step, demod_setting_t& setting, common_lib::lib_filter_t& filter, demod_work_t& work,
+                    lib_dma_demod_config_mgr& config);
 } // namespace vrim::dma_demod_lib::demod_stage

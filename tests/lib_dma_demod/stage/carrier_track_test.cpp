@@ -313,7 +313,7 @@ TEST(CarrierLine, FitsTheRangeBehindThePoint)
     for (std::size_t i = 10; i < 50; ++i)
         track.phase[i] = 0.125f * static_cast<float>(i) - 0.5f;
     float_array fit;
-    ASSERT_TRUE(cal_carrier_line(track, 10, fit));
+    ASSERT_TRUE(cal_carrier_line(track.phase, 10, fit));
     ASSERT_EQ(fit.size(), 2u);
     EXPECT_NEAR(static_cast<double>(fit[0]), 0.125, 1e-6);
     EXPECT_NEAR(static_cast<double>(fit[1]), -0.5, 1e-5);
@@ -327,7 +327,7 @@ TEST(CarrierLine, FitsAllOfATrackThatEndsBeforeThePoint)
     for (const std::uint32_t point : { 15u, 16u, 400u })
     {
         float_array fit;
-        ASSERT_TRUE(cal_carrier_line(track, point, fit));
+        ASSERT_TRUE(cal_carrier_line(track.phase, point, fit));
         EXPECT_NEAR(static_cast<double>(fit.at(0)), 0.5, 1e-6);
         EXPECT_NEAR(static_cast<double>(fit.at(1)), 2.0, 1e-5);
     }
@@ -336,7 +336,7 @@ TEST(CarrierLine, FitsAllOfATrackThatEndsBeforeThePoint)
 TEST(CarrierLine, OfNothingIsNoNumber)
 {
     float_array fit;
-    if (cal_carrier_line(make_track(0, 0), 15, fit))
+    if (cal_carrier_line(make_track(0, 0).phase, 15, fit))
     {
         EXPECT_TRUE(std::isnan(fit.at(0)));
         EXPECT_TRUE(std::isnan(fit.at(1)));
