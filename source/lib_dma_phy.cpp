@@ -201,9 +201,7 @@ bool lib_dma_phy_t::deal_demo_process(std::uint32_t segment_index, const complex
         DMA_LOG_END("deal_demo_process:oqpsk demod error!\n");
         return fail();
     case LIB_DMA_GROUP_DPSK:
-        DMA_LOG_END("This version has no DPSK demodulator yet.\n");
-        DMA_LOG_END("deal_demo_process:dpsk demod error!\n");
-        return fail();
+        return run(dpsk_demod_, &lib_dma_dpsk_demod_t::lib_dma_dpsk_demod_process, "deal_demo_process:dpsk demod error!\n");
     case LIB_DMA_GROUP_VSB:
     case LIB_DMA_GROUP_CUSTOM_IQ:
     case LIB_DMA_GROUP_OTHER:

@@ -8,6 +8,7 @@
 #include "lib_dma_demod/stage/meas_filter.h"
 #include "lib_dma_demod/stage/reference.h"
 #include "lib_dma_demod/stage/result_position.h"
+#include "lib_dma_demod/stage/sector_slicer.h"
 #include "lib_dma_demod/stage/symbol_decision.h"
 #include "lib_dma_demod/stage/symbol_decode.h"
 #include "lib_dma_demod/stage/symbol_timing.h"
@@ -18,7 +19,6 @@
 #include "support/log_macro.h"
 #include "support/trace_output.h"
 
-#include <array>
 #include <cmath>
 #include <cstddef>
 #include <fmt/format.h>
@@ -76,31 +76,6 @@ double cal_psk_reference_step(lib_dma_psk_modulation_type_t format)
     }
 }
 
-std::complex<float> complex_quotient(std::complex<float> a, std::complex<float> b)
-{
-    const float power = b.real() * b.real() + b.imag() * b.imag();
-    const std::complex<float> product = complex_product(a, std::conj(b));
-    return { product.real() / power, product.imag() / power };
-}
-
-/// Points e^(j k 2 pi / M) of the sector that an angle lies in.
-/// @param half_sectors  upper borders of the sectors 0, 1, ... in radians; the sectors below 0 mirror them
-template <std::size_t border_count>
-std::complex<float> slice_sector(std::complex<float> point, float rotation, const std::array<float, border_count>& half_sectors,
-                                 float sector)
-{
-    const float angle = lib_common_math_t::get_complex_phase(point);
-    const std::complex<float> turn = unit_phasor(rotation);
-    for (std::size_t k = 0; k < border_count; ++k)
-    {
-        if (k == 0 ? angle > -half_sectors[0] && angle <= half_sectors[0]
-                   : angle > half_sectors[k - 1] && angle <= half_sectors[k])
-            return complex_product(unit_phasor(static_cast<float>(k) * sector), turn);
-        if (k > 0 && angle > -half_sectors[k] && angle <= -half_sectors[k - 1])
-            return complex_product(unit_phasor(-static_cast<float>(k) * sector), turn);
-    }
-    return complex_product(unit_phasor(single_pi), turn);
-}
 } // namespace
 
 inline std::complex<float> lib_dma_psk_demod_t::_judge(std::complex<float> point) const
@@ -242,11 +217,8 @@ bool lib_dma_psk_demod_t::psk_carrier_sync(const lib_dma_psk_modulation_param& p
                                            double& residual_frequency, float_array& fit_coefficients, float_array& phase_track)
 {
     _update_judge_map(psk_format, psk_param.rotation_angle);
-    const auto detect = [this](std::complex<float> r, const demod_stage::carrier_error_t&) -> demod_stage::carrier_error_t
-    {
-        const std::complex<float> d = _judge(r);
-        return { common_lib::phase_of(complex_quotient(r, d)), common_lib::amplitude_of(r - d) };
-    };
+    const auto detect = [this](std::complex<float> r, const demod_stage::carrier_error_t&)
+    { return demod_stage::cal_point_error(r, _judge(r)); };
     phase_line.clear();
     residual_frequency = 0.0;
     demod_stage::deal_carrier_symbols(work.timing_data, setting.pre_num, setting.sps, work.sync_symbol);
@@ -410,16 +382,16 @@ void lib_dma_psk_demod_t::_update_judge_map(lib_dma_psk_modulation_type_t format
 
 std::complex<float> lib_dma_psk_demod_t::psk_judge_bpsk(std::complex<float> point, float rotation, float /*spare*/)
 {
-    return slice_sector<1>(point, rotation, { single_pi / 2.0f }, single_pi);
+    return demod_stage::slice_2_sectors(point, rotation);
 }
 
 std::complex<float> lib_dma_psk_demod_t::psk_judge_qpsk(std::complex<float> point, float rotation, float /*spare*/)
 {
-    return slice_sector<2>(point, rotation, { quarter_pi, 3.0f * quarter_pi }, single_pi / 2.0f);
+    return demod_stage::slice_4_sectors(point, rotation);
 }
 
 std::complex<float> lib_dma_psk_demod_t::psk_judge_8psk(std::complex<float> point, float rotation, float /*spare*/)
 {
-    return slice_sector<4>(point, rotation, { 0.3926991f, 1.1780972f, 1.9634954f, 2.7488935f }, quarter_pi);
+    return demod_stage::slice_8_sectors(point, rotation);
 }
 } // namespace vrim::dma_demod_lib

@@ -262,6 +262,9 @@ void set_group_format(lib_dma_format_configure_manager_t& record, const format_c
     case LIB_DMA_GROUP_APSK:
         record.set_apsk_format(static_cast<lib_dma_apsk_modulation_type_t>(value));
         break;
+    case LIB_DMA_GROUP_DPSK:
+        record.set_dpsk_format(static_cast<lib_dma_dpsk_modulation_type_t>(value));
+        break;
     default:
         record.set_psk_format(static_cast<lib_dma_psk_modulation_type_t>(value));
         break;

@@ -181,7 +181,7 @@ std::vector<group_row_t> make_group_table()
           "LIB_DMA_GROUP_DPSK",
           "dpsk_format",
           LIB_DMA_GROUP_DPSK,
-          false,
+          true,
           {
               { "DBPSK", "LIB_DMA_MODULATION_PSK_DBPSK", LIB_DMA_MODULATION_PSK_DBPSK, {} },
               { "DQPSK", "LIB_DMA_MODULATION_PSK_DQPSK", LIB_DMA_MODULATION_PSK_DQPSK, {} },

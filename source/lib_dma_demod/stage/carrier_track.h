@@ -3,6 +3,7 @@
 #include "dma_types.h"
 #include "support/internal/complex_ops.h"
 
+#include <complex>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -23,6 +24,14 @@ struct carrier_track_t
     bool locked = false;
     std::uint32_t lock_index = 0; ///< symbol of the first lock
 };
+
+/// What the PSK detectors say: the phase and the distance between a derotated symbol and its decided point.
+inline carrier_error_t cal_point_error(std::complex<float> symbol, std::complex<float> decided)
+{
+    const float power = decided.real() * decided.real() + decided.imag() * decided.imag();
+    const std::complex<float> product = common_lib::complex_product(symbol, std::conj(decided));
+    return { common_lib::phase_of({ product.real() / power, product.imag() / power }), common_lib::amplitude_of(symbol - decided) };
+}
 
 /// Symbols over which the lock decision averages; the present one is not among them.
 constexpr std::size_t lock_window_symbols = 19;
