@@ -1,4 +1,5 @@
 #include "lib_dma_phy.h"
+#include "fir_filter/lib_fir_design_parameter.h"
 #include "message_capture.h"
 
 #include <gtest/gtest.h>
