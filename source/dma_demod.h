@@ -1,5 +1,12 @@
 #pragma once
 
+#include "cfg/cfg_dma_advance.h"
+#include "cfg/cfg_dma_filter.h"
+#include "cfg/cfg_dma_format.h"
+#include "cfg/cfg_dma_frame.h"
+#include "cfg/cfg_dma_recall_demod_info.h"
+#include "cfg/cfg_dma_segment.h"
+#include "cfg/cfg_dma_time.h"
 #include "dma_export.h"
 #include "dma_types.h"
 #include "fir_filter/lib_fir_design_parameter.h"
