@@ -25,6 +25,7 @@ public:
     }
 
     float operator[](std::size_t i) const { return half_[i < half_.size() ? i : last_ - i]; }
+    const float_array& get_half() const { return half_; }
 
 private:
     std::size_t last_;
@@ -52,30 +53,39 @@ band_power_t cal_whole_power(std::span<const std::complex<float>> data, const ga
     return { sum / static_cast<double>(data.size()), data.size() };
 }
 
+/// Least place in [0, count) of which `holds` is true, or `count`. Once true, `holds` stays so for the places above.
+template <typename holds_t>
+std::size_t find_first(std::size_t count, holds_t&& holds)
+{
+    std::size_t below = 0;
+    while (count > below)
+    {
+        const std::size_t middle = below + (count - below) / 2;
+        if (holds(middle))
+            count = middle;
+        else
+            below = middle + 1;
+    }
+    return below;
+}
+
+/// In double, so that a weak band stands beside a carrier that is 100 dB stronger and more.
 band_power_t cal_band_power(std::span<const std::complex<float>> data, const gauss_weights_t& window, float sample_rate,
                             float bandwidth)
 {
     const std::size_t size = data.size();
-    complex_double_array spectrum(size);
-    for (std::size_t i = 0; i < size; ++i)
-        spectrum[i] = static_cast<double>(window[i]) * std::complex<double>(data[i]);
-    common_lib::transform_rows(spectrum.data(), 1, size, false, 1.0 / static_cast<double>(size));
-
     const double half_band = static_cast<double>(bandwidth) / 2.0;
-    const std::size_t middle = size / 2;
-    band_power_t band;
-    for (std::size_t i = 0; i < size; ++i)
-    {
-        // Bins in rising order of frequency; the upper half of the transform holds the negative ones.
-        const double frequency =
-            (static_cast<double>(i) - static_cast<double>(middle)) / static_cast<double>(size) * static_cast<double>(sample_rate);
-        if (std::abs(frequency) > half_band)
-            continue;
-        const std::complex<double> bin = spectrum[(i + size - middle) % size];
-        band.power += bin.real() * bin.real() + bin.imag() * bin.imag();
-        ++band.bins;
-    }
-    return band;
+    const double middle = static_cast<double>(size / 2);
+    const auto frequency = [&](std::size_t i)
+    { return (static_cast<double>(i) - middle) / static_cast<double>(size) * static_cast<double>(sample_rate); };
+    const std::size_t lowest = find_first(size, [&](std::size_t i) { return !(frequency(i) < -half_band); });
+    const std::size_t end = find_first(size, [&](std::size_t i) { return frequency(i) > half_band; });
+    if (end <= lowest)
+        return {};
+
+    const std::ptrdiff_t first = static_cast<std::ptrdiff_t>(lowest) - static_cast<std::ptrdiff_t>(size / 2);
+    const double energy = common_lib::cal_bin_energy(data, window.get_half(), first, end - lowest);
+    return { energy / (static_cast<double>(size) * static_cast<double>(size)), end - lowest };
 }
 } // namespace
 

@@ -2,12 +2,14 @@
 
 #include "support/internal/convolution.h"
 #include "support/internal/fir_kernel.h"
+#include "support/internal/transform.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <random>
 #include <tuple>
+#include <vector>
 
 using namespace vrim;
 using namespace vrim::common_lib;
@@ -171,4 +173,129 @@ TEST(Convolution, WithAUnitTapReturnsTheDataLateByItsPlace)
     lib_convolution_t::deal_convolution(kernel, data);
     for (std::size_t i = 0; i < before.size(); ++i)
         EXPECT_EQ(data[i + 2], before[i]);
+}
+
+TEST(Convolution, SumsDirectlyInSinglePrecisionFromTheOldestSampleOn)
+{
+    // Lengths about the blocks in which the sums are taken, in place as well.
+    for (const std::size_t taps : { 1u, 2u, 31u, 80u, 1023u, 1024u, 1025u })
+    {
+        const complex_array kernel = make_noise(taps, 8, true);
+        for (const std::size_t count : { 1u, 5u, 1023u, 1024u, 1025u, 2048u, 2500u })
+        {
+            const complex_array data = make_noise(count, 9);
+            for (const std::size_t first : { std::size_t(0), (taps - 1) / 2, taps + 3 })
+            {
+                complex_array out;
+                convolve_directly(kernel, data, first, count + taps, out);
+                complex_array in_place = data;
+                convolve_directly(kernel, in_place, first, count + taps, in_place);
+                ASSERT_EQ(out.size(), count + taps);
+                for (std::size_t n = 0; n < out.size(); ++n)
+                {
+                    float re = 0.0f;
+                    float im = 0.0f;
+                    for (std::size_t back = taps; back-- > 0;)
+                    {
+                        const std::ptrdiff_t place = static_cast<std::ptrdiff_t>(first + n) - static_cast<std::ptrdiff_t>(back);
+                        if (place < 0 || place >= static_cast<std::ptrdiff_t>(count))
+                            continue;
+                        re += data[static_cast<std::size_t>(place)].real() * kernel[back].real();
+                        im += data[static_cast<std::size_t>(place)].imag() * kernel[back].real();
+                    }
+                    ASSERT_EQ(out[n], (std::complex<float>(re, im))) << taps << " taps, " << count << " samples, sample " << n;
+                }
+                EXPECT_EQ(in_place, out) << taps << " taps, " << count << " samples, from " << first;
+            }
+        }
+    }
+}
+
+TEST(Convolution, InPlaceIsThatIntoAnotherArray)
+{
+    for (const std::size_t taps : { 2u, 80u, 81u, 600u })
+    {
+        const complex_array kernel = make_noise(taps, 10);
+        for (const std::size_t count : { 1u, 1024u, 7552u, 9000u })
+        {
+            const complex_array data = make_noise(count, 11);
+            for (const auto function : { convolve_directly, convolve_by_transforms, convolve })
+            {
+                complex_array out;
+                complex_array in_place = data;
+                function(kernel, data, taps / 2, count, out);
+                function(kernel, in_place, taps / 2, count, in_place);
+                EXPECT_EQ(in_place, out) << taps << " taps, " << count << " samples";
+            }
+        }
+    }
+}
+
+TEST(Convolution, DoesNotDependOnWhatFollows)
+{
+    // Both ways of summing; 5000 samples are not a whole number of blocks that are transformed together.
+    const complex_array longer = make_noise(9000, 12);
+    const complex_array shorter(longer.begin(), longer.begin() + 5000);
+    for (const std::size_t taps : { 80u, 81u, 200u })
+    {
+        const complex_array kernel = make_noise(taps, 13);
+        complex_array of_longer, of_shorter;
+        convolve(kernel, longer, 0, longer.size(), of_longer);
+        convolve(kernel, shorter, 0, shorter.size(), of_shorter);
+        for (std::size_t i = 0; i < 4000; ++i)
+            ASSERT_EQ(of_longer[i], of_shorter[i]) << taps << " taps, sample " << i;
+    }
+}
+
+namespace
+{
+template <typename value_t>
+void expect_rows_alone_and_together(std::size_t length)
+{
+    constexpr std::size_t rows = 21; // whole vectors of lanes and some rows more
+    const complex_array noise = make_noise(rows * length, static_cast<unsigned>(length));
+    const std::vector<std::complex<value_t>> data(noise.begin(), noise.end());
+    for (const bool inverse : { false, true })
+    {
+        std::vector<std::complex<value_t>> together = data;
+        std::vector<std::complex<value_t>> alone = data;
+        transform_rows(together.data(), rows, length, inverse, value_t(0.75));
+        for (std::size_t row = 0; row < rows; ++row)
+            transform_rows(alone.data() + row * length, 1, length, inverse, value_t(0.75));
+        EXPECT_EQ(together, alone) << length << " values, inverse " << inverse;
+    }
+}
+} // namespace
+
+TEST(TransformRows, GiveTheSameBitsAloneAndTogether)
+{
+    for (const std::size_t length : { 1u, 2u, 3u, 4u, 7u, 9u, 13u, 37u, 80u, 97u, 385u, 1024u, 1155u, 7680u })
+    {
+        expect_rows_alone_and_together<float>(length);
+        expect_rows_alone_and_together<double>(length);
+    }
+}
+
+TEST(TransformRows, AreTheFourierSum)
+{
+    for (const std::size_t length : { 1u, 2u, 3u, 5u, 12u, 13u, 37u, 80u, 210u })
+    {
+        const complex_array noise = make_noise(5 * length, 14);
+        for (const bool inverse : { false, true })
+        {
+            complex_double_array rows(noise.begin(), noise.end());
+            transform_rows(rows.data(), 5, length, inverse, 2.0);
+            for (std::size_t i = 0; i < rows.size(); ++i)
+            {
+                const std::size_t row = i / length * length;
+                std::complex<double> sum = 0.0;
+                for (std::size_t n = 0; n < length; ++n)
+                {
+                    const double turn = static_cast<double>(n * (i - row) % length) / static_cast<double>(length);
+                    sum += std::complex<double>(noise[row + n]) * std::polar(2.0, (inverse ? 1.0 : -1.0) * 6.283185307179586 * turn);
+                }
+                EXPECT_LT(std::abs(sum - rows[i]), 1e-12 * static_cast<double>(length)) << length << " values, bin " << i;
+            }
+        }
+    }
 }

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <numbers>
@@ -346,13 +347,103 @@ TEST(DealFilter, BeginsAtTheMiddleTapWithoutHistory)
     }
 }
 
+TEST(DealFilter, HoldsAtTheBordersOfItsBlocks)
+{
+    // 1024 samples are summed at once, 8 blocks of a little less are transformed together.
+    std::mt19937 generator(37);
+    std::normal_distribution<double> part;
+    for (const std::size_t taps : { 1u, 2u, 79u, 80u, 81u, 1023u, 1024u, 1025u })
+    {
+        complex_array kernel(taps);
+        for (auto& tap : kernel)
+            tap = { static_cast<float>(part(generator)), 0.0f };
+        for (const std::size_t count : { 1u, 2u, 79u, 80u, 81u, 943u, 944u, 945u, 1023u, 1024u, 1025u, 2047u, 2048u, 2049u, 7553u })
+        {
+            complex_array data(count);
+            for (auto& value : data)
+                value = { static_cast<float>(part(generator)), static_cast<float>(part(generator)) };
+            double_array re(count + taps - 1);
+            double_array im(count + taps - 1);
+            for (std::size_t k = 0; k < taps; ++k)
+            {
+                const double tap = static_cast<double>(kernel[k].real());
+                for (std::size_t n = 0; n < count; ++n)
+                {
+                    re[n + k] += tap * static_cast<double>(data[n].real());
+                    im[n + k] += tap * static_cast<double>(data[n].imag());
+                }
+            }
+            for (const lib_filter_delay_type_t type : { filter_delay_kept, filter_delay_full, filter_delay_compensated })
+            {
+                complex_array out = data;
+                lib_filter_t::deal_filter(kernel, out, type);
+                ASSERT_EQ(out.size(), type == filter_delay_full ? count + taps - 1 : count);
+                const std::size_t offset = type == filter_delay_compensated ? (taps - 1) / 2 : 0;
+                double error = 0.0;
+                double power = 0.0;
+                double worst = 0.0;
+                for (std::size_t n = 0; n < out.size(); ++n)
+                {
+                    const std::complex<double> expected(re[n + offset], im[n + offset]);
+                    const double difference = std::norm(std::complex<double>(out[n]) - expected);
+                    error += difference;
+                    power += std::norm(expected);
+                    worst = std::max(worst, difference);
+                }
+                EXPECT_LT(std::sqrt(error / power), 1e-6) << taps << " taps, " << count << " samples, type " << type;
+                // No single sample is wrong either: the sum of all taps of the size 1 has this rms.
+                EXPECT_LT(std::sqrt(worst), 1e-5 * std::sqrt(2.0 * static_cast<double>(taps)))
+                    << taps << " taps, " << count << " samples, type " << type;
+            }
+        }
+    }
+}
+
+TEST(DealFilter, OfALongCaptureIsWithinSinglePrecision)
+{
+    std::mt19937 generator(41);
+    std::uniform_real_distribution<double> part(-1.0, 1.0);
+    for (const std::size_t taps : { 80u, 81u })
+    {
+        complex_array kernel(taps);
+        for (auto& tap : kernel)
+            tap = { static_cast<float>(part(generator)), 0.0f };
+        complex_array data(50000);
+        for (auto& value : data)
+            value = { static_cast<float>(part(generator)), static_cast<float>(part(generator)) };
+        complex_array out = data;
+        lib_filter_t::deal_filter(kernel, out, filter_delay_compensated);
+        double error = 0.0;
+        double power = 0.0;
+        for (std::size_t n = 0; n < data.size(); ++n)
+        {
+            std::complex<double> sum = 0.0;
+            for (std::size_t k = 0; k < taps; ++k)
+            {
+                const std::size_t later = n + (taps - 1) / 2;
+                if (later >= k && later - k < data.size())
+                    sum += static_cast<double>(kernel[k].real()) * std::complex<double>(data[later - k]);
+            }
+            error += std::norm(std::complex<double>(out[n]) - sum);
+            power += std::norm(sum);
+        }
+        EXPECT_LT(std::sqrt(error / power), 1e-6) << taps;
+    }
+}
+
 TEST(DealFilter, LeavesTheDataWithoutTaps)
 {
     complex_array data = { { 1.0f, 2.0f }, { 3.0f, 4.0f } };
     const complex_array before = data;
     lib_filter_t::deal_filter({}, data, filter_delay_compensated);
     EXPECT_EQ(data, before);
-    complex_array nothing;
-    lib_filter_t::deal_filter({ { 1.0f, 0.0f } }, nothing, filter_delay_compensated);
-    EXPECT_TRUE(nothing.empty());
+    for (const lib_filter_delay_type_t type : { filter_delay_kept, filter_delay_full, filter_delay_compensated })
+    {
+        for (const std::size_t taps : { 1u, 80u, 81u })
+        {
+            complex_array nothing;
+            lib_filter_t::deal_filter(complex_array(taps, { 1.0f, 0.0f }), nothing, type);
+            EXPECT_TRUE(nothing.empty());
+        }
+    }
 }

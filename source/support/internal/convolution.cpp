@@ -11,9 +11,11 @@ namespace vrim::common_lib
 {
 namespace
 {
-// Measured crossing of the vector loop and the transforms, samples at the working rate.
-constexpr std::size_t longest_direct_kernel = 64;
+// Measured crossing of the vector loop and the transforms on a long capture.
+constexpr std::size_t longest_direct_kernel = 80;
 constexpr std::size_t shortest_transform = 1024;
+// Samples that the direct sums take at once, whole vector blocks that stay in the nearest cache.
+constexpr std::size_t direct_block = 1024;
 // Rows that are transformed together: enough for the vector code of the transform, few enough to stay in the cache.
 constexpr std::size_t rows_at_once = 8;
 
@@ -30,9 +32,32 @@ void copy_with_zeros(const complex_array& data, std::ptrdiff_t begin, std::size_
     std::fill(out + (to - begin), out + count, std::complex<float>(0.0f, 0.0f));
 }
 
-bool has_imaginary_part(const complex_array& kernel)
+/// Parts of a kernel, last tap first; `imaginary` is empty for a real kernel.
+struct reversed_taps_t
 {
-    return std::any_of(kernel.begin(), kernel.end(), [](std::complex<float> tap) { return tap.imag() != 0.0f; });
+    explicit reversed_taps_t(const complex_array& kernel) : real(kernel.size())
+    {
+        std::transform(kernel.rbegin(), kernel.rend(), real.begin(), [](std::complex<float> tap) { return tap.real(); });
+        if (std::none_of(kernel.begin(), kernel.end(), [](std::complex<float> tap) { return tap.imag() != 0.0f; }))
+            return;
+        imaginary.resize(kernel.size());
+        std::transform(kernel.rbegin(), kernel.rend(), imaginary.begin(), [](std::complex<float> tap) { return tap.imag(); });
+    }
+
+    float_array real;
+    float_array imaginary;
+};
+
+/// @param quadrature  room for `count` values, used for a complex kernel only
+void correlate(const reversed_taps_t& taps, const std::complex<float>* samples, std::size_t count, std::complex<float>* out,
+               std::complex<float>* quadrature)
+{
+    correlate_real_taps(samples, taps.real.data(), taps.real.size(), out, count);
+    if (taps.imaginary.empty())
+        return;
+    correlate_real_taps(samples, taps.imaginary.data(), taps.imaginary.size(), quadrature, count);
+    for (std::size_t i = 0; i < count; ++i)
+        out[i] += std::complex<float>(-quadrature[i].imag(), quadrature[i].real());
 }
 } // namespace
 
@@ -45,20 +70,24 @@ void convolve_directly(const complex_array& kernel, const complex_array& data, s
         out.assign(count, { 0.0f, 0.0f });
         return;
     }
-    complex_array padded(count + taps - 1);
-    copy_with_zeros(data, static_cast<std::ptrdiff_t>(first) - static_cast<std::ptrdiff_t>(taps - 1), padded.size(),
-                    padded.data());
-    float_array reversed(taps);
-    std::transform(kernel.rbegin(), kernel.rend(), reversed.begin(), [](std::complex<float> tap) { return tap.real(); });
+    const reversed_taps_t reversed(kernel);
+    // `out` may be `data`: room for more samples behind them changes nothing, they are zeros like those outside.
+    if (&out != &data || out.size() < count)
+        out.resize(count);
+    const std::size_t history = taps - 1;
+    const std::size_t block = std::min(std::max(direct_block, std::bit_ceil(taps)), count);
+    complex_array samples(history + block);
+    complex_array quadrature(reversed.imaginary.empty() ? 0 : block);
+    copy_with_zeros(data, static_cast<std::ptrdiff_t>(first) - static_cast<std::ptrdiff_t>(history), history, samples.data());
+    for (std::size_t begin = 0; begin < count; begin += block)
+    {
+        const std::size_t length = std::min(block, count - begin);
+        copy_with_zeros(data, static_cast<std::ptrdiff_t>(first + begin), length, samples.data() + history);
+        correlate(reversed, samples.data(), length, out.data() + begin, quadrature.data());
+        // What the next block needs of the samples that may be overwritten by now.
+        std::copy_n(samples.data() + length, history, samples.data());
+    }
     out.resize(count);
-    correlate_real_taps(padded.data(), reversed.data(), taps, out.data(), count);
-    if (!has_imaginary_part(kernel))
-        return;
-    std::transform(kernel.rbegin(), kernel.rend(), reversed.begin(), [](std::complex<float> tap) { return tap.imag(); });
-    complex_array quadrature(count);
-    correlate_real_taps(padded.data(), reversed.data(), taps, quadrature.data(), count);
-    for (std::size_t i = 0; i < count; ++i)
-        out[i] += std::complex<float>(-quadrature[i].imag(), quadrature[i].real());
 }
 
 void convolve_by_transforms(const complex_array& kernel, const complex_array& data, std::size_t first, std::size_t count,
