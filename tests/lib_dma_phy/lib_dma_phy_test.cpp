@@ -110,6 +110,18 @@ void expect_block(const complex_array& raw, const complex_array& capture, std::s
     EXPECT_LE(largest, tolerance) << "from " << start << " on";
 }
 
+/// The capture behind `times` passes of the filter that stands in front of an analysis, for a bandwidth that takes the whole
+/// rate. lib_dma_phy_filter_test.cpp holds the filter itself to tones.
+complex_array limit(complex_array capture, int times = 1)
+{
+    lib_dma_phy_t analyser;
+    lib_dma_demod_config_mgr config;
+    config.sample_rate = 1; // below every bandwidth
+    for (int pass = 0; pass < times; ++pass)
+        analyser.deal_filterpm_process(0, config, capture);
+    return capture;
+}
+
 /// The inverted capture in closed form: reversing and conjugating the bins is conj(x[n]) e^(-j 2 pi n / N).
 complex_array invert(const complex_array& capture)
 {
@@ -235,7 +247,7 @@ TEST(Driver, LogsAndPrintsTheStationsOfARunInTheirOrder)
     }
 }
 
-TEST(Driver, PassesACaptureAtTheWorkingRateUnchanged)
+TEST(Driver, PassesALimitedCaptureAtTheWorkingRateUnchanged)
 {
     segment_setting_t setting;
     setting.points = LIB_DMA_POINT8;
@@ -247,11 +259,12 @@ TEST(Driver, PassesACaptureAtTheWorkingRateUnchanged)
     EXPECT_EQ(run.trace.get_text().find("lte resample"), std::string::npos);
     const complex_array& raw = analyser.get_data_manager().get_iq_raw_time(0);
     ASSERT_EQ(raw.size(), 300u * 8u);
+    complex_array lifted = samples;
+    for (std::complex<float>& sample : lifted)
+        sample += std::complex<float>(1e-11f, 1e-11f);
+    const complex_array limited = limit(lifted);
     for (std::size_t i = 0; i < raw.size(); ++i)
-    {
-        ASSERT_EQ(raw[i].real(), samples[i].real() + 1e-11f) << i;
-        ASSERT_EQ(raw[i].imag(), samples[i].imag() + 1e-11f) << i;
-    }
+        ASSERT_EQ(raw[i], limited[i]) << i;
 }
 
 TEST(Driver, LiftsSilenceByItsFloor)
@@ -262,8 +275,12 @@ TEST(Driver, LiftsSilenceByItsFloor)
     const run_t run(analyser);
     const complex_array& raw = analyser.get_data_manager().get_iq_raw_time(0);
     ASSERT_GE(raw.size(), 300u * 8u);
-    for (std::size_t i = 0; i < 300 * 8; ++i)
-        ASSERT_EQ(raw[i], (std::complex<float>(1e-11f, 1e-11f))) << i;
+    // The filter in front passes a constant but for its ripple, and rises over its own length.
+    for (std::size_t i = 80; i < 300 * 8; ++i)
+    {
+        ASSERT_NEAR(raw[i].real(), 1e-11f, 1e-13f) << i;
+        ASSERT_NEAR(raw[i].imag(), 1e-11f, 1e-13f) << i;
+    }
 }
 
 TEST(Driver, RefusesAnEmptyCapture)
@@ -307,9 +324,11 @@ TEST(Driver, RunsAgainAfterAFailure)
 
 TEST(Driver, GivesTheSameResultsAgain)
 {
-    lib_dma_phy_t analyser = make_analyser(make_frame({ {} }), make_qpsk(600, 4).samples, 4e6);
+    const complex_array samples = make_qpsk(600, 4).samples;
+    lib_dma_phy_t analyser = make_analyser(make_frame({ {} }), samples, 4e6);
     ASSERT_EQ(run_t(analyser).code, 0);
     const lib_dma_phy_data_manager_t first = analyser.get_data_manager();
+    analyser.set_demod_data(samples);
     ASSERT_EQ(run_t(analyser).code, 0);
     analyser.clear_data();
     const lib_dma_phy_data_manager_t& second = analyser.get_data_manager();
@@ -326,6 +345,18 @@ TEST(Driver, GivesTheSameResultsAgain)
     EXPECT_EQ(second.get_dma_demod_config_mgr(0).result_start, first.get_dma_demod_config_mgr(0).result_start);
 }
 
+TEST(Driver, LimitsTheCaptureOnceMoreInASecondRunWithoutNewData)
+{
+    segment_setting_t setting;
+    setting.points = LIB_DMA_POINT8;
+    const complex_array samples = make_qpsk(600, 8).samples;
+    lib_dma_phy_t analyser = make_analyser(make_frame({ setting }), samples, 0.0);
+    ASSERT_EQ(run_t(analyser).code, 0);
+    expect_block(analyser.get_data_manager().get_iq_raw_time(0), limit(samples), 0, 300 * 8, 1e-10f);
+    ASSERT_EQ(run_t(analyser).code, 0);
+    expect_block(analyser.get_data_manager().get_iq_raw_time(0), limit(samples, 2), 0, 300 * 8, 1e-10f);
+}
+
 TEST(Driver, ForgetsTheLongerRunBefore)
 {
     // What a long run left must not show through in a shorter one.
@@ -335,6 +366,7 @@ TEST(Driver, ForgetsTheLongerRunBefore)
     lib_dma_phy_t used = make_analyser(make_frame({ longer, longer }), samples, 4e6);
     ASSERT_EQ(run_t(used).code, 0);
     used.set_frame_configure(make_frame({ {} }));
+    used.set_demod_data(samples);
     ASSERT_EQ(run_t(used).code, 0);
     lib_dma_phy_t fresh = make_analyser(make_frame({ {} }), samples, 4e6);
     ASSERT_EQ(run_t(fresh).code, 0);
@@ -355,16 +387,16 @@ TEST(Driver, InvertsTheCaptureItselfForEachInvertedSegment)
     lib_dma_phy_t analyser = make_analyser(make_frame({ setting, second }), samples, 0.0);
     EXPECT_EQ(run_t(analyser).code, 0);
     constexpr std::size_t length = 300 * 8;
-    expect_block(analyser.get_data_manager().get_iq_raw_time(0), invert(samples), 0, length, 2e-6f);
-    // The second inversion restored it.
-    expect_block(analyser.get_data_manager().get_iq_raw_time(1), samples, (200 - 90) * 8, length, 2e-6f);
+    expect_block(analyser.get_data_manager().get_iq_raw_time(0), limit(invert(samples)), 0, length, 2e-6f);
+    // The second inversion restored it; the filter has passed twice.
+    expect_block(analyser.get_data_manager().get_iq_raw_time(1), limit(invert(limit(invert(samples)))), (200 - 90) * 8, length, 2e-6f);
 
     // One inversion a run: the second run sees the first one's capture.
     lib_dma_phy_t alone = make_analyser(make_frame({ setting }), samples, 0.0);
     EXPECT_EQ(run_t(alone).code, 0);
-    expect_block(alone.get_data_manager().get_iq_raw_time(0), invert(samples), 0, length, 2e-6f);
+    expect_block(alone.get_data_manager().get_iq_raw_time(0), limit(invert(samples)), 0, length, 2e-6f);
     EXPECT_EQ(run_t(alone).code, 0);
-    expect_block(alone.get_data_manager().get_iq_raw_time(0), samples, 0, length, 2e-6f);
+    expect_block(alone.get_data_manager().get_iq_raw_time(0), limit(invert(limit(invert(samples)))), 0, length, 2e-6f);
 }
 
 TEST(Driver, MeasuresAnInvertedCapture)
@@ -456,7 +488,7 @@ TEST(Driver, TakesTheWholeWindowForAnOffsetPastTheCapture)
     const run_t run(analyser);
     EXPECT_EQ(run.log.count(log_level_info, offset_text), 1);
     EXPECT_EQ(run.log.count(log_level_info, "deal_demo_process start!\n"), 1);
-    expect_block(analyser.get_data_manager().get_iq_raw_time(0), samples, 0, 10000, 1e-10f);
+    expect_block(analyser.get_data_manager().get_iq_raw_time(0), limit(samples), 0, 10000, 1e-10f);
 }
 
 TEST(Driver, FindsNothingBehindAnOffsetOnTheEndOfTheCapture)
@@ -485,7 +517,7 @@ TEST(Driver, TakesTheWholeWindowForANegativeOffset)
     const run_t run(analyser);
     EXPECT_EQ(run.code, 0);
     EXPECT_EQ(run.log.count(log_level_info, offset_text), 1);
-    expect_block(analyser.get_data_manager().get_iq_raw_time(0), samples, 0, 300 * 8, 1e-10f);
+    expect_block(analyser.get_data_manager().get_iq_raw_time(0), limit(samples), 0, 300 * 8, 1e-10f);
 }
 
 TEST(Driver, CountsTheOffsetFromTheStartOfTheCaptureWhateverTheReference)
@@ -502,7 +534,7 @@ TEST(Driver, CountsTheOffsetFromTheStartOfTheCaptureWhateverTheReference)
         const run_t run(analyser);
         EXPECT_EQ(run.code, 0);
         EXPECT_EQ(run.log.count(log_level_info, offset_text), 0);
-        expect_block(analyser.get_data_manager().get_iq_raw_time(0), samples, 37 * 8, 300 * 8, 1e-10f);
+        expect_block(analyser.get_data_manager().get_iq_raw_time(0), limit(samples), 37 * 8, 300 * 8, 1e-10f);
     }
 }
 
@@ -521,7 +553,7 @@ TEST(Driver, CentresTheAutomaticOffsetUnderBurstSearchOnly)
         EXPECT_EQ(run_t(analyser).code, 0);
         const std::int32_t centre = burst_search ? (900 - 300) / 2 : 0;
         EXPECT_EQ(get_record(analyser).pulse_center_sym, centre);
-        expect_block(analyser.get_data_manager().get_iq_raw_time(0), samples, static_cast<std::size_t>(centre) * 8, 300 * 8,
+        expect_block(analyser.get_data_manager().get_iq_raw_time(0), limit(samples), static_cast<std::size_t>(centre) * 8, 300 * 8,
                      1e-10f);
     }
 }
@@ -556,13 +588,9 @@ TEST(Driver, SaysWhichGroupsItCannotDemodulateYet)
         lib_dma_modulation_type_t group;
         const char* text;
     } groups[] = {
-        { LIB_DMA_GROUP_QAM, "deal_demo_process:qam demod error!\n" },
         { LIB_DMA_GROUP_FSK, "deal_demo_process:fsk demod error!\n" },
         { LIB_DMA_GROUP_MSK, "deal_demo_process:msk demod error!\n" },
-        { LIB_DMA_GROUP_ASK, "deal_demo_process:ask demod error!\n" },
-        { LIB_DMA_GROUP_APSK, "deal_demo_process:apsk demod error!\n" },
         { LIB_DMA_GROUP_OQPSK, "deal_demo_process:oqpsk demod error!\n" },
-        { LIB_DMA_GROUP_DPSK, "deal_demo_process:dpsk demod error!\n" },
     };
     const complex_array samples = make_qpsk(800, 4).samples;
     for (const auto& entry : groups)
@@ -683,7 +711,8 @@ TEST(Driver, PlacesALaterSegmentByItsOwnOffset)
     const lib_dma_phy_data_manager_t& store = analyser.get_data_manager();
     // The first block begins at its offset; the second one 90 symbols of run-in ahead of it.
     EXPECT_GT(cal_correlation(store.get_iq_meas_time_constellation(0), signal.points, 90), 0.999);
-    EXPECT_GT(cal_correlation(store.get_iq_meas_time_constellation(1), signal.points, 300), 0.999);
+    // Two passes of the filter in front have moved the symbols by a quarter of one, over the border of the block.
+    EXPECT_GT(cal_correlation(store.get_iq_meas_time_constellation(1), signal.points, 299), 0.999);
     EXPECT_EQ(store.get_decode_bit(1).size(), 300u);
     for (const std::uint32_t s : { 0u, 1u })
     {
@@ -711,14 +740,14 @@ TEST(Driver, TakesTheWholeWindowForALaterSegmentWithoutRoomForItsRunIn)
         const run_t run(analyser);
         EXPECT_EQ(run.code, 0) << offset;
         EXPECT_EQ(run.log.count(log_level_info, offset_text), offset == 90 ? 0 : 1) << offset;
-        expect_block(analyser.get_data_manager().get_iq_raw_time(1), samples, 0, 300 * 8, 1e-10f);
+        expect_block(analyser.get_data_manager().get_iq_raw_time(1), limit(samples, 2), 0, 300 * 8, 1e-10f);
     }
 }
 
 TEST(Driver, KeepsTheResultsOfSegmentsBeforeAFailure)
 {
     segment_setting_t second;
-    second.group = LIB_DMA_GROUP_QAM;
+    second.group = LIB_DMA_GROUP_FSK;
     second.offset = 200;
     const dma_test::signal_t signal = make_qpsk(800, 4);
     lib_dma_phy_t analyser = make_analyser(make_frame({ {}, second, {} }), signal.samples, 4e6);
