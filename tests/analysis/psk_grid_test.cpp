@@ -147,6 +147,7 @@ TEST_P(PskRate, DecodesAndMeasuresAtThisRatio)
     setting.format = format;
     setting.symbol_rate = rate.symbol_rate;
     setting.sample_rate = rate.sample_rate;
+    setting.bandwidth = 10'000'000'000; // above every rate: the signal is not cut
     setting.search_length = 100.0 / signal_setting.symbol_rate; // the default is longer than a short record of a fast signal
     const signal_t signal = make_signal(signal_setting);
     const analysis_result_t result = analyse(signal.samples, setting);

@@ -48,9 +48,12 @@ timing_prediction_t predict_timing(const signal_setting_t& setting, std::uint32_
     points_setting.sample_rate = setting.symbol_rate;
     const std::vector<std::complex<double>> points = make_signal(points_setting).points;
 
+    // The filter in front of an analysis has an even count of taps and comes half a sample of the capture late.
+    const double timing = setting.timing_symbols + 0.5 * setting.symbol_rate / setting.sample_rate;
+
     std::vector<std::vector<double>> taps;
     for (std::uint32_t i = 0; i < sps; ++i)
-        taps.push_back(make_taps(static_cast<double>(i) / static_cast<double>(sps) - setting.timing_symbols, setting.shape));
+        taps.push_back(make_taps(static_cast<double>(i) / static_cast<double>(sps) - timing, setting.shape));
 
     const std::int64_t blocks = (static_cast<std::int64_t>(interval) + 2 * run_in - 2 * margin) / block_symbols;
     double sum = 0.0;
@@ -71,7 +74,7 @@ timing_prediction_t predict_timing(const signal_setting_t& setting, std::uint32_
         sum += phase;
     }
     timing_prediction_t prediction;
-    prediction.timing_error = sum / static_cast<double>(blocks) - setting.timing_symbols;
+    prediction.timing_error = sum / static_cast<double>(blocks) - timing;
     prediction.timing_error -= std::round(prediction.timing_error);
 
     const std::vector<double> error_taps = make_taps(prediction.timing_error, setting.shape);

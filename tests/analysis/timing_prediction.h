@@ -14,7 +14,7 @@ struct timing_prediction_t
     double evm = 0.0;          ///< percent of the rms of the points
 };
 
-/// @param setting   a signal of root raised cosine pulses; only format, data, roll-off and timing are read
+/// @param setting   a signal of root raised cosine pulses; only format, data, roll-off, timing and rates are read
 /// @param sps       samples per symbol at which the estimate is taken
 /// @param interval  symbols of the measurement, behind 90 symbols of run-in; the estimate leaves out 50 at either end of the
 ///                  run-in and takes whole blocks of 64
