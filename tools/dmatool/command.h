@@ -22,4 +22,5 @@ struct command_t
 // Each adds its options to the program and gives back what runs it.
 
 command_t add_analyze_command(CLI::App& program);
+command_t add_filter_command(CLI::App& program);
 } // namespace dmatool

@@ -1,4 +1,4 @@
-// dmatool: measures digitally modulated signals in recorded samples.
+// dmatool: measures digitally modulated signals in recorded samples and designs the filters for them.
 
 #include "command.h"
 #include "exit_status.h"
@@ -48,12 +48,13 @@ std::string run_command(const dmatool::command_t& command)
 
 int run(int argc, char** argv)
 {
-    CLI::App program{ "Measures digitally modulated signals in recorded samples.", "dmatool" };
+    CLI::App program{ "Measures digitally modulated signals in recorded samples and designs FIR filters.", "dmatool" };
     program.require_subcommand(1);
     program.set_version_flag("--version", DMATOOL_VERSION);
     program.footer(dmatool::exit_status_help);
     const std::vector<dmatool::command_t> commands = {
         dmatool::add_analyze_command(program),
+        dmatool::add_filter_command(program),
     };
 
     try
