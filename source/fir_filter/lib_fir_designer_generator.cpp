@@ -32,7 +32,7 @@ bool start_window(complex_array& window, std::uint32_t length)
     window.clear();
     if (length <= longest_window)
         return length > 0;
-    DMA_LOG_INFO("lib_fir_designer_t: a window is longer than 20000000 samples!\n");
+    DMA_LOG_ERROR("lib_fir_designer_t: a window is longer than 20000000 samples!\n");
     return false;
 }
 

@@ -11,8 +11,6 @@ namespace vrim::fir_filter_lib
 {
 namespace
 {
-constexpr std::uint32_t largest_order = 1'000'000;
-
 bool is_two_sided(lib_fir_response_type_t type)
 {
     return type == LIB_FIR_RESPONSE_BANDPASS || type == LIB_FIR_RESPONSE_BANDSTOP;
@@ -45,31 +43,16 @@ bool set_kaiser_estimate(const lib_fir_design_parameter_t& parameters, lib_fir_d
     return true;
 }
 
-/// A copy of the description whose least-square design is the ideal response. @return whether there is a filter
+/// Turns a copy of the description into one whose least-square design is the ideal response. @return whether there is one
 bool make_ideal(const lib_fir_design_parameter_t& parameters, lib_fir_design_parameter_t& ideal)
 {
-    const bool minimum = parameters.is_fir_mimimum_order_enable();
     std::uint32_t order = lib_fir_designer_t::_get_window_filter_order(parameters);
     if (order == 0)
         return false;
-    if (!minimum)
+    if (!parameters.is_fir_mimimum_order_enable())
         set_cutoffs(ideal, parameters.get_first_cutoff_frequency(), parameters.get_second_cutoff_frequency());
     else if (parameters.get_window_type() == LIB_WINDOW_KAISER && !set_kaiser_estimate(parameters, ideal, order))
-    {
-        DMA_LOG_INFO("lib_fir_designer_t::_window_method: no Kaiser design meets the deviations!\n");
         return false;
-    }
-    if (order > largest_order)
-    {
-        DMA_LOG_INFO("lib_fir_designer_t::_window_method: the order is above 1000000!\n");
-        return false;
-    }
-    if (is_two_sided(ideal.get_fir_response_type()) &&
-        ideal.get_second_edge_start_frequency() < ideal.get_first_edge_stop_frequency())
-    {
-        DMA_LOG_INFO("lib_fir_designer_t::_window_method: the second cutoff is below the first!\n");
-        return false;
-    }
     // The order block is set past the rule of even orders: its flags belong to the host's objects.
     ideal.get_order_parameter().set_minimum_order_enable(false);
     ideal.get_order_parameter().set_filter_order(order);
@@ -137,7 +120,7 @@ bool lib_fir_designer_t::_window_method(const lib_fir_design_parameter_t& parame
     const lib_fir_response_type_t response = parameters.get_fir_response_type();
     if (!has_bands(response))
     {
-        DMA_LOG_INFO("lib_fir_designer_t::_window_method: the response type has no bands!\n");
+        DMA_LOG_ERROR("lib_fir_designer_t::_window_method: the response type has no bands!\n");
         return false;
     }
     lib_fir_design_parameter_t ideal = parameters;
@@ -146,9 +129,8 @@ bool lib_fir_designer_t::_window_method(const lib_fir_design_parameter_t& parame
 
     complex_array window;
     const std::uint32_t length = ideal.get_fir_filter_order() + 1;
-    if (!_get_window_data(ideal, ideal.get_window_parameter(), length, window))
-        return false;
-    if (!_least_square_method(ideal, coefficients) || coefficients.size() != window.size())
+    if (!_least_square_method(ideal, coefficients) ||
+        !_get_window_data(ideal, ideal.get_window_parameter(), length, window))
     {
         coefficients.clear();
         return false;
@@ -258,7 +240,7 @@ bool lib_fir_designer_t::_get_window_data(const lib_fir_design_parameter_t& /*pa
         _generate_tukey_window(window, length, p.get_tukey_window_cosine_fraction());
         break;
     default:
-        DMA_LOG_INFO("lib_fir_designer_t::_get_window_data: unknown window type!\n");
+        DMA_LOG_ERROR("lib_fir_designer_t::_get_window_data: unknown window type!\n");
         window.clear();
         return false;
     }
