@@ -217,7 +217,7 @@ TEST(FilterOptions, NamesMatchInEitherCaseAndWithoutHyphens)
 
 TEST(FilterOptions, ALimitOfTheLibraryIsGivenAsTheReason)
 {
-    expect_failure(run_filter("--cutoff 0.3 --order 2000000"), exit_analysis_failed, "above 1000000");
+    expect_failure(run_filter("--cutoff 0.3 --order 2000000"), exit_analysis_failed, "above the limit of 1000000");
     expect_failure(run_filter("--cutoff 0.3 --order 2000000 --json"), exit_analysis_failed, "there is no filter");
     expect_failure(run_filter("--minimum-order --edges 0.3 0.300000001 --ripple 1 --attenuation 60"), exit_analysis_failed,
                    "there is no filter");

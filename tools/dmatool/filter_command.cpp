@@ -159,10 +159,11 @@ void note_results(filter_design_t& design)
     {
         if (band.missed)
         {
-            design.notes.push_back(fmt::format("the estimated order {} misses {} dB of {} by {:.3g} dB; ask for more, or for a "
-                                               "higher --order",
-                                               order, *band.decibel, band.passes ? "ripple" : "attenuation",
-                                               std::abs(*band.decibel - (band.passes ? band.ripple : band.attenuation))));
+            design.notes.push_back(
+                fmt::format("the estimated order {} misses {} dB of {} by {:.3g} dB; ask for a little more, or "
+                            "give a higher --order yourself",
+                            order, *band.decibel, band.passes ? "ripple" : "attenuation",
+                            std::abs(*band.decibel - (band.passes ? band.ripple : band.attenuation))));
         }
     }
     // The gain of a band pass filter is scaled at the centre of its edges, which a file may have put anywhere.

@@ -337,7 +337,8 @@ void add_filter_options(CLI::App& command, filter_arguments_t& arguments)
     add("--response", arguments.response, "lowpass highpass bandpass bandstop [lowpass]", filter);
     add("--sample-rate", arguments.sample_rate, "Hz; without it frequencies are relative to the Nyquist frequency, 0 to 1",
         filter);
-    add("--order", arguments.order, "taps less one, 2 to 19999999; even for highpass and bandstop [20]", filter);
+    add("--order", arguments.order,
+        "taps less one, 2 to 19999999, even for highpass and bandstop; what a method cannot do it refuses [20]", filter);
     command
         .add_flag("--minimum-order", arguments.minimum_order,
                   "estimates the least order that meets --ripple and --attenuation; equiripple, or window with Kaiser")

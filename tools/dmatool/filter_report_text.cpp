@@ -4,6 +4,7 @@
 
 #include <fmt/format.h>
 
+#include <cmath>
 #include <iterator>
 
 namespace dmatool
@@ -20,6 +21,12 @@ std::string make_row(const std::string& name, const std::string& text)
 std::string make_frequency(const filter_design_t& design, double frequency)
 {
     return fmt::format("{:.9g}", get_user_frequency(design, frequency));
+}
+
+/// To four decimals, and never a negative zero.
+std::string make_decibel(double value)
+{
+    return fmt::format("{:.4f} dB", std::abs(value) < 0.00005 ? 0.0 : value);
 }
 
 std::string make_method(const filter_design_t& design)
@@ -79,12 +86,12 @@ std::string make_band(const filter_design_t& design, const filter_band_t& band)
     }
     if (band.passes)
     {
-        text += fmt::format("ripple {:.4f} dB, deviation {:.4f} dB, gain {:.4f} dB at {}", band.ripple, band.deviation, band.gain,
-                            make_frequency(design, band.gain_at));
+        text += fmt::format("ripple {}, deviation {}, gain {} at {}", make_decibel(band.ripple), make_decibel(band.deviation),
+                            make_decibel(band.gain), make_frequency(design, band.gain_at));
     }
     else
     {
-        text += fmt::format("attenuation {:.4f} dB at {}", band.attenuation, make_frequency(design, band.attenuation_at));
+        text += fmt::format("attenuation {} at {}", make_decibel(band.attenuation), make_frequency(design, band.attenuation_at));
     }
     if (band.decibel)
     {
