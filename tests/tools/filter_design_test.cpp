@@ -291,3 +291,10 @@ TEST(FilterDesign, LongFiltersAreMeasuredAndPrinted)
     EXPECT_NEAR(report["bands"][1]["attenuation_db"].get<double>(), -cal_decibel(cal_dtft_gain(taps, at)), 0.01);
     EXPECT_GT(report["bands"][1]["attenuation_db"].get<double>(), 75.0);
 }
+
+TEST(FilterDesign, AnAimBelowTheRoundingOfTheTapsIsMissedForThatReason)
+{
+    const tool_result_t result = run_filter("--minimum-order --edges 0.3 0.4 --ripple 1 --attenuation 200");
+    EXPECT_EQ(result.status, 0);
+    EXPECT_NE(result.errors.find("single-precision taps reach little more"), std::string::npos) << result.errors;
+}

@@ -224,4 +224,24 @@ TEST(FilterOptions, ALimitOfTheLibraryIsGivenAsTheReason)
     expect_failure(run_filter("--method equiripple --minimum-order --edges 0.3 0.300000001 --ripple 1 --attenuation 60"),
                    exit_analysis_failed, "there is no filter");
     expect_failure(run_filter("--method least-squares --edges 0.3 0.4 --order 100000"), exit_analysis_failed, "limit");
+    expect_failure(run_filter("--method equiripple --edges 0.3 0.4 --order 100000"), exit_analysis_failed,
+                   "order 100000 is above");
+}
+
+TEST(FilterOptions, TapsThatAreAllZeroAreNoFilter)
+{
+    // The gain of the pass band costs next to nothing, so the best filter passes nothing.
+    expect_failure(run_filter("--method least-squares --edges 0.3 0.30000001 --weights 1e-300 2000"), exit_analysis_failed,
+                   "all 0");
+}
+
+TEST(FilterOptions, VerboseGivesTheLibrarysLogOnStandardError)
+{
+    const std::string words = "--method equiripple --edges 0.3 0.4 --order 1000 --density 200000 --csv";
+    const tool_result_t quiet = run_filter(words);
+    const tool_result_t verbose = run_filter(words + " --verbose");
+    EXPECT_EQ(verbose.output, quiet.output);
+    EXPECT_NE(verbose.errors.find("dmatool: log 2 "), std::string::npos) << verbose.errors;
+    EXPECT_EQ(quiet.errors.find("dmatool: log 2 "), std::string::npos) << quiet.errors;
+    EXPECT_NE(quiet.errors.find("dmatool: note: log: "), std::string::npos) << quiet.errors;
 }

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
@@ -129,8 +130,10 @@ TEST(FilterReport, WhatTheLibraryPrintsStaysOutOfTheReportAndBecomesANote)
     EXPECT_EQ(result.status, 0) << result.errors;
     EXPECT_EQ(result.output.front(), '{');
     const json report = json::parse(result.output);
-    ASSERT_EQ(report["notes"].size(), 1U);
-    EXPECT_NE(report["notes"][0].get<std::string>().find("2 次迭代后未能收敛"), std::string::npos);
+    const bool noted =
+        std::any_of(report["notes"].begin(), report["notes"].end(),
+                    [](const json& note) { return note.get<std::string>().rfind("log: 2 次迭代后未能收敛", 0) == 0; });
+    EXPECT_TRUE(noted) << report["notes"];
     EXPECT_NE(result.errors.find("dmatool: note: log: 2 次迭代后未能收敛"), std::string::npos) << result.errors;
     EXPECT_EQ(run_filter(words + " --csv").output.rfind("index,tap\n0,", 0), 0U);
 }

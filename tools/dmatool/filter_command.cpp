@@ -24,6 +24,8 @@ namespace
 {
 // An estimate that misses by less than this has met its aim.
 constexpr double aim_tolerance = 0.005; // dB
+// Above that the rounding of the taps decides more than the order.
+constexpr double highest_common_attenuation = 130.0; // dB
 constexpr std::size_t most_half_gains = 16;
 
 double get_decibel(double gain)
@@ -131,11 +133,15 @@ void design_taps(filter_design_t& design, bool verbose, const line_sink_t& notes
         throw tool_error_t(exit_analysis_failed, "there is no filter for this description; log: " + join_messages(messages));
     }
     const auto is_bad = [](const std::complex<float>& tap) { return !std::isfinite(tap.real()) || tap.imag() != 0.0f; };
+    const auto is_zero = [](const std::complex<float>& tap) { return tap.real() == 0.0f; };
     if (std::any_of(design.taps.begin(), design.taps.end(), is_bad))
     {
         throw tool_error_t(exit_analysis_failed,
-                           "the design ended with taps that are no finite numbers; change the description; log: " +
-                               join_messages(messages));
+                           "the design ended with taps that are no finite numbers; log: " + join_messages(messages));
+    }
+    if (std::all_of(design.taps.begin(), design.taps.end(), is_zero))
+    {
+        throw tool_error_t(exit_analysis_failed, "the design ended with taps that are all 0; log: " + join_messages(messages));
     }
     for (const std::string& message : messages)
     {
@@ -157,14 +163,16 @@ void note_results(filter_design_t& design)
     }
     for (const filter_band_t& band : design.bands)
     {
-        if (band.missed)
+        if (!band.missed)
         {
-            design.notes.push_back(
-                fmt::format("the estimated order {} misses {} dB of {} by {:.3g} dB; ask for a little more, or "
-                            "give a higher --order yourself",
-                            order, *band.decibel, band.passes ? "ripple" : "attenuation",
-                            std::abs(*band.decibel - (band.passes ? band.ripple : band.attenuation))));
+            continue;
         }
+        const bool at_rounding = !band.passes && band.attenuation > highest_common_attenuation;
+        design.notes.push_back(fmt::format("the estimated order {} misses {} dB of {} by {:.3g} dB; {}", order, *band.decibel,
+                                           band.passes ? "ripple" : "attenuation",
+                                           std::abs(*band.decibel - (band.passes ? band.ripple : band.attenuation)),
+                                           at_rounding ? "single-precision taps reach little more"
+                                                       : "ask for a little more, or give a higher --order yourself"));
     }
     // The gain of a band pass filter is scaled at the centre of its edges, which a file may have put anywhere.
     const std::vector<double> edges = get_edges(parameter);

@@ -78,7 +78,7 @@ std::string make_frequencies(const filter_design_t& design, const std::vector<do
 
 std::string make_band(const filter_design_t& design, const filter_band_t& band)
 {
-    std::string text = fmt::format("  {:<6}{:>14} to {:<14}", band.passes ? "pass" : "stop", make_frequency(design, band.start),
+    std::string text = fmt::format("  {:<6}{:>14} to {:<14} ", band.passes ? "pass" : "stop", make_frequency(design, band.start),
                                    make_frequency(design, band.stop));
     if (!band.flat)
     {
