@@ -187,28 +187,45 @@ cosine_span_t choose_span(const double_array& grid, const double_array& frequenc
     return covered.first > covered.last ? covered : cosine_span_t{};
 }
 
-/// Whether the taps of an exchange can be had: between the bands, the interpolation loses the digits that the deviation is
-/// below 1.
-bool is_sound(const double_array& grid, const double_array& frequencies, const double_array& desired, const double_array& weight,
-              const remez_result_t& result)
+/// Approximation problem of a cosine polynomial, with what leads back from it to taps.
+struct exchange_problem_t
 {
-    constexpr double safe_deviation = 1.0e-9;
-    const double largest_weight = *std::max_element(weight.begin(), weight.end());
-    if (result.end == remez_end_t::settled && result.deviation > safe_deviation * largest_weight)
-        return true;
+    const double_array& grid;
+    const double_array& frequencies; ///< band edges
+    const double_array& desired;
+    const double_array& weight;
+    bool negative;
+    bool odd;
+};
+
+/// Whether the taps of an exchange do what the exchange found. Two things may spoil them: between the bands, the interpolation
+/// loses the digits that the deviation is below 1; and a wide transition beside a narrow one may rise so high that nothing of
+/// single precision is left for the bands.
+bool is_sound(const exchange_problem_t& problem, const remez_result_t& result)
+{
+    constexpr double safe_deviation = 1.0e-9, safe_gain = 2.0;
+    constexpr double narrowing = 2.0e-7; // of a filter of unit gain
     const std::size_t cosines = result.node.size() - 1;
     double_array node = result.node;
     node.push_back(-2.0);
-    const double_array cosine =
-        cal_cosine_coefficients(node, result.node_weight, result.value, cosines, choose_span(grid, frequencies, cosines));
-    return does_follow(cosine, grid, desired, weight, result);
+    const double_array cosine = cal_cosine_coefficients(node, result.node_weight, result.value, cosines,
+                                                        choose_span(problem.grid, problem.frequencies, cosines));
+    double power = 0.0;
+    for (const double tap : cal_half_taps(cosine, problem.negative, problem.odd))
+        power += 2.0 * tap * tap;
+    const double gain = std::sqrt(power);
+    const double deviation = result.deviation / *std::max_element(problem.weight.begin(), problem.weight.end());
+    if (!(narrowing * gain <= std::max(deviation, safe_gain * narrowing)))
+        return false;
+    if (result.end == remez_end_t::settled && deviation > safe_deviation && gain < safe_gain)
+        return true;
+    return does_follow(cosine, problem.grid, problem.desired, problem.weight, result);
 }
 
-/// A filter whose best deviation is below rounding cannot be had from the exchange, but a shorter one does what double
-/// precision can: looks for the longest, to about a sixteenth.
+/// Looks for the longest shorter filter that is sound, to about a sixteenth.
 /// @param[in,out] result  the exchange that failed; replaced where a shorter one holds
-void shorten(const double_array& grid, const double_array& frequencies, const double_array& desired, const double_array& weight,
-             remez_result_t& result)
+/// @return whether one holds
+bool shorten(const exchange_problem_t& problem, remez_result_t& result)
 {
     remez_limits_t limits;
     limits.terms -= result.terms;
@@ -216,13 +233,14 @@ void shorten(const double_array& grid, const double_array& frequencies, const do
     while (failing - holding > 1 + holding / 16 && limits.terms > 0.0)
     {
         const std::size_t cosines = (holding + failing) / 2;
-        remez_result_t shorter = run_remez_exchange(grid, desired, weight, cosines, limits);
+        remez_result_t shorter = run_remez_exchange(problem.grid, problem.desired, problem.weight, cosines, limits);
         limits.terms -= shorter.terms;
-        const bool holds = shorter.end != remez_end_t::work && is_sound(grid, frequencies, desired, weight, shorter);
+        const bool holds = shorter.end != remez_end_t::work && is_sound(problem, shorter);
         (holds ? holding : failing) = cosines;
         if (holds)
             result = std::move(shorter);
     }
+    return holding > 0;
 }
 
 void report_end(const remez_result_t& result)
@@ -383,18 +401,16 @@ bool lib_fir_designer_t::_remez_iteration(std::uint32_t order, double_array& gri
     if (result.end == remez_end_t::no_grid)
         return false;
     report_end(result);
+    const exchange_problem_t problem = { grid, frequencies, desired, weight, negative, odd };
     const bool is_complete = result.end == remez_end_t::settled || result.end == remez_end_t::rounding;
-    if (is_complete && !is_sound(grid, frequencies, desired, weight, result))
-        shorten(grid, frequencies, desired, weight, result);
-
-    const std::size_t kept = result.node.size() - 1;
-    if (kept < cosines)
+    if (is_complete && !is_sound(problem, result) && shorten(problem, result))
     {
-        DMA_LOG_INFO(fmt::format("lib_fir_designer_t::_remez_iteration: order {} goes below rounding; the outer {} taps on "
-                                 "either side are 0.\n",
-                                 order, cosines - kept));
         deviation = result.deviation;
+        DMA_LOG_INFO(fmt::format("lib_fir_designer_t::_remez_iteration: rounding leaves nothing of order {}; the outer {} taps "
+                                 "on either side are 0.\n",
+                                 order, cosines + 1 - result.node.size()));
     }
+    const std::size_t kept = result.node.size() - 1;
     _equiripple_method_ifft(grid, frequencies, result.node_weight, result.node, result.value, negative, odd, coefficients);
     coefficients.insert(coefficients.begin(), cosines - kept, 0.0f);
     return true;

@@ -130,6 +130,7 @@ bool does_follow(const double_array& cosine, const double_array& grid, const dou
                  const remez_result_t& result)
 {
     constexpr double single_precision = 1.0e-7;
+    const double reach = (result.end == remez_end_t::settled ? 1.01 : 2.0) * result.deviation;
     std::array<double, place_lanes> place, value;
     for (std::size_t first = 0; first < grid.size(); first += place_lanes)
     {
@@ -140,7 +141,7 @@ bool does_follow(const double_array& cosine, const double_array& grid, const dou
         for (std::size_t lane = 0; lane < used; ++lane)
         {
             const std::size_t i = first + lane;
-            const double tolerance = 2.0 * result.deviation / weight[i] + single_precision * (1.0 + std::abs(desired[i]));
+            const double tolerance = reach / weight[i] + single_precision * (1.0 + std::abs(desired[i]));
             if (!(std::abs(value[lane] - desired[i]) <= tolerance))
                 return false;
         }

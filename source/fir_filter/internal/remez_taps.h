@@ -20,8 +20,8 @@ struct cosine_span_t
 double_array cal_cosine_coefficients(const double_array& node, const double_array& node_weight, const double_array& value,
                                      std::size_t cosines, const cosine_span_t& span);
 
-/// Whether a cosine polynomial follows the desired response on the grid: within twice the deviation, and where that is beyond
-/// single precision, within that.
+/// Whether a cosine polynomial follows the desired response on the grid: within the deviation where the exchange settled, within
+/// twice the deviation where it did not, and within single precision where that is more.
 /// @param grid, desired, weight, result  of the exchange
 bool does_follow(const double_array& cosine, const double_array& grid, const double_array& desired, const double_array& weight,
                  const remez_result_t& result);
