@@ -1,6 +1,6 @@
 #include "filter_response.h"
 
-#include <pocketfft_hdronly.h>
+#include "support/internal/transform.h"
 
 #include <algorithm>
 #include <cmath>
@@ -40,7 +40,6 @@ filter_response_t::filter_response_t(const vrim::complex_array& taps)
 
     // Sixteen short transforms, each turned by a fraction of a bin, take a sixteenth of the memory of a long one.
     std::vector<std::complex<double>> bins(length);
-    const pocketfft::stride_t stride = { static_cast<std::ptrdiff_t>(sizeof(bins[0])) };
     for (std::size_t shift = 0; shift < points_per_tap; ++shift)
     {
         std::fill(bins.begin(), bins.end(), 0.0);
@@ -52,7 +51,7 @@ filter_response_t::filter_response_t(const vrim::complex_array& taps)
             const double phase = -2.0 * std::numbers::pi * static_cast<double>(turn) / static_cast<double>(period);
             bins[n] = { taps_[n] * std::cos(phase), taps_[n] * std::sin(phase) };
         }
-        pocketfft::c2c({ length }, stride, stride, { 0 }, pocketfft::FORWARD, bins.data(), bins.data(), 1.0, 1);
+        vrim::common_lib::transform_rows(bins.data(), 1, length, false, 1.0);
         for (std::size_t bin = 0; bin < half; ++bin)
         {
             grid_[bin * points_per_tap + shift] = std::abs(bins[bin]);
