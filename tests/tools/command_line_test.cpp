@@ -5,11 +5,11 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <string>
 #include <vector>
 
 using namespace dmatool;
+using dma_test::expect_failure;
 using dma_test::run_analyze;
 using dma_test::run_tool;
 using dma_test::scratch_folder_t;
@@ -17,16 +17,6 @@ using dma_test::tool_result_t;
 
 namespace
 {
-/// One line on standard error that begins with the program's name, nothing on standard output.
-void expect_failure(const tool_result_t& result, exit_status_t status, const std::string& part)
-{
-    EXPECT_EQ(result.status, status) << result.errors;
-    EXPECT_EQ(result.output, "");
-    EXPECT_EQ(std::count(result.errors.begin(), result.errors.end(), '\n'), 1) << result.errors;
-    EXPECT_EQ(result.errors.rfind("dmatool: ", 0), 0U) << result.errors;
-    EXPECT_NE(result.errors.find(part), std::string::npos) << result.errors;
-}
-
 std::vector<std::string> with_signal(const std::string& capture, const std::vector<std::string>& more = {})
 {
     std::vector<std::string> words = { capture, "--format", "QPSK", "--symbol-rate", "100000" };

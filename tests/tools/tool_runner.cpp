@@ -1,8 +1,11 @@
 #include "tool_runner.h"
 
+#include <gtest/gtest.h>
+
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdlib>
 #include <fstream>
@@ -92,6 +95,15 @@ tool_result_t run_analyze(const std::vector<std::string>& arguments, const std::
     std::vector<std::string> all = { "analyze" };
     all.insert(all.end(), arguments.begin(), arguments.end());
     return run_tool(all, redirect);
+}
+
+void expect_failure(const tool_result_t& result, dmatool::exit_status_t status, const std::string& part)
+{
+    EXPECT_EQ(result.status, status) << result.errors;
+    EXPECT_EQ(result.output, "");
+    EXPECT_EQ(std::count(result.errors.begin(), result.errors.end(), '\n'), 1) << result.errors;
+    EXPECT_EQ(result.errors.rfind("dmatool: ", 0), 0U) << result.errors;
+    EXPECT_NE(result.errors.find(part), std::string::npos) << result.errors;
 }
 
 std::string make_words(const std::vector<std::uint16_t>& words, bool big_endian)

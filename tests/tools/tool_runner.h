@@ -1,5 +1,7 @@
 #pragma once
 
+#include "exit_status.h"
+
 #include <cstdint>
 #include <filesystem>
 #include <string>
@@ -39,6 +41,9 @@ struct tool_result_t
 tool_result_t run_analyze(const std::vector<std::string>& arguments, const std::string& redirect = "");
 /// Runs dmatool with the arguments.
 tool_result_t run_tool(const std::vector<std::string>& arguments, const std::string& redirect = "");
+
+/// Expects one line on standard error that begins with the program's name and holds `part`, and nothing on standard output.
+void expect_failure(const tool_result_t& result, dmatool::exit_status_t status, const std::string& part);
 
 /// Bytes of 16-bit words, the low byte first or last.
 std::string make_words(const std::vector<std::uint16_t>& words, bool big_endian);

@@ -1,8 +1,7 @@
 #include "analyze_command.h"
 
 #include "exit_status.h"
-#include "support/logger_system.h"
-#include "support/trace_output.h"
+#include "library_output.h"
 #include "tool_text.h"
 
 #include <fmt/format.h>
@@ -11,8 +10,7 @@
 #include <cmath>
 #include <cstddef>
 #include <functional>
-#include <mutex>
-#include <utility>
+#include <memory>
 
 namespace dmatool
 {
@@ -42,68 +40,6 @@ needed_time_t cal_needed_time(const lib_dma_frame_configure_manager_t& frame)
     lib_dma_demod_config_mgr lengths;
     driver.cal_preprocess_param(0, lengths);
     return { lengths.pre_time + lengths.equalizer_time, lengths.minseglen };
-}
-
-/// Takes the library's log and traces for as long as it lives: standard output stays clean, errors are kept.
-class library_output_t
-{
-public:
-    library_output_t(bool verbose, line_sink_t lines)
-    {
-        using namespace common_log;
-        logger_system_t::get_instance().set_sink(
-            [this, verbose, lines](const log_record_t& record)
-            {
-                const std::string text = fmt::format("{}: {}", record.function, get_one_line(record.message));
-                if (verbose)
-                {
-                    lines(fmt::format("log {} {}:{} {}", record.level, record.file, record.line, text));
-                }
-                const std::lock_guard<std::mutex> lock(guard_);
-                const bool known = std::find(errors_.begin(), errors_.end(), text) != errors_.end();
-                if (record.level >= log_level_error && !known && errors_.size() < most_errors)
-                {
-                    errors_.push_back(text);
-                }
-            });
-        if (verbose)
-        {
-            trace_output_t::get_instance().set_sink([lines](std::string_view text)
-                                                    { lines("trace " + get_one_line(std::string(text))); });
-        }
-        else
-        {
-            trace_output_t::get_instance().silence();
-        }
-    }
-    library_output_t(const library_output_t&) = delete;
-    library_output_t& operator=(const library_output_t&) = delete;
-    ~library_output_t()
-    {
-        common_log::logger_system_t::get_instance().set_sink({});
-        common_log::trace_output_t::get_instance().set_sink({});
-    }
-
-    std::vector<std::string> get_errors() const
-    {
-        const std::lock_guard<std::mutex> lock(guard_);
-        return errors_;
-    }
-
-private:
-    static constexpr std::size_t most_errors = 20;
-    mutable std::mutex guard_;
-    std::vector<std::string> errors_;
-};
-
-std::string join(const std::vector<std::string>& lines)
-{
-    std::string text;
-    for (const std::string& line : lines)
-    {
-        text += (text.empty() ? "" : " | ") + line;
-    }
-    return text.empty() ? "nothing was logged" : text;
 }
 
 void check_rates(const analyze_options_t& options, double sample_rate, std::uint64_t kept, const rate_plan_t& rate)
@@ -244,7 +180,7 @@ void check_level(const vrim::complex_array& samples, std::uint64_t analysed)
         break;
     }
     throw tool_error_t(code == LIB_DMA_RESULT_CAPTURE_TOO_SHORT ? exit_too_short : exit_analysis_failed,
-                       fmt::format("the analysis failed with result code {}, {}; log: {}", code, meaning, join(errors)));
+                       fmt::format("the analysis failed with result code {}, {}; log: {}", code, meaning, join_messages(errors)));
 }
 
 /// Stores the format in the record of its group.
@@ -366,14 +302,14 @@ analysis_t run_analysis(const analyze_options_t& options, const line_sink_t& not
     }
     const std::size_t said = analysis.notes.size();
 
-    const library_output_t output(options.verbose, notes);
+    const library_output_t output(library_output_t::keep_errors, options.verbose, notes);
     analysis.phy.set_frame_configure(analysis.frame);
     analysis.phy.set_sample_rate(sample_rate);
     analysis.phy.set_demod_data(analysis.capture.samples);
     // The driver has a copy of its own.
     vrim::complex_array().swap(analysis.capture.samples);
     analysis.result_code = analysis.phy.dma_phy_process();
-    const std::vector<std::string> errors = output.get_errors();
+    const std::vector<std::string> errors = output.get_messages();
     if (analysis.result_code != LIB_DMA_RESULT_OK)
     {
         fail_analysis(analysis.result_code, errors);
@@ -399,5 +335,20 @@ analysis_t run_analysis(const analyze_options_t& options, const line_sink_t& not
         notes("note: " + analysis.notes[i]);
     }
     return analysis;
+}
+
+command_t add_analyze_command(CLI::App& program)
+{
+    CLI::App* words = program.add_subcommand("analyze", "Measures one stretch of a capture and prints its error table");
+    words->footer(exit_status_help);
+    const auto arguments = std::make_shared<analyze_arguments_t>();
+    add_analyze_options(*words, *arguments);
+    const auto run = [arguments](const line_sink_t& notes)
+    {
+        const analyze_options_t options = parse_analyze_options(*arguments);
+        const analysis_t analysis = run_analysis(options, notes);
+        return options.json ? make_json_report(analysis, options.traces) : make_text_report(analysis);
+    };
+    return { words, run, "take fewer samples of the capture with --count" };
 }
 } // namespace dmatool

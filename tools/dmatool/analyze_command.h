@@ -1,11 +1,11 @@
 #pragma once
 
 #include "analyze_options.h"
+#include "command.h"
 #include "lib_dma_phy.h"
 #include "rate_plan.h"
 
 #include <cstdint>
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -24,9 +24,6 @@ struct analysis_t
     std::int32_t result_code = 0;
     std::vector<std::string> notes; ///< one line each
 };
-
-/// Receives a note or a log line as soon as there is one.
-using line_sink_t = std::function<void(const std::string&)>;
 
 /// Makes the configuration of one segment. `sample_count` and `kept_sample_rate` bound the search for a sync word.
 vrim::dma_demod_lib::lib_dma_frame_configure_manager_t make_frame(const analyze_options_t& options, std::uint64_t sample_count,

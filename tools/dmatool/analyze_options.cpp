@@ -1,14 +1,13 @@
 #include "analyze_options.h"
 
 #include "exit_status.h"
+#include "option_value.h"
 #include "tool_text.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <array>
-#include <cmath>
-#include <cstdlib>
 
 namespace dmatool
 {
@@ -21,61 +20,6 @@ constexpr std::array<std::uint32_t, 11> points_per_symbol_values = { 1, 2, 4, 5,
 constexpr double largest_whole = 9007199254740992.0;
 // Above any radio; keeps the rate arithmetic far from the end of 64 bits.
 constexpr double highest_sample_rate = 1.0e12;
-
-struct range_t
-{
-    double low;
-    double high;
-    const char* unit;
-};
-
-[[noreturn]] void fail_value(const std::string& option, const std::string& text, const std::string& expected)
-{
-    throw tool_error_t(exit_usage, fmt::format("{} {} cannot be taken; expected {}", option, quote(text), expected));
-}
-
-double parse_real(const std::string& option, const std::string& text, const range_t& range)
-{
-    const std::string expected = fmt::format("a number from {} to {}{}", range.low, range.high, range.unit);
-    char* end = nullptr;
-    const double value = std::strtod(text.c_str(), &end);
-    // strtod passes over blanks in front and takes hexadecimal, which here is a slip of the hand.
-    const bool plain = text.find_first_not_of("0123456789+-.eE") == std::string::npos;
-    if (text.empty() || !plain || end != text.c_str() + text.size() || !(value >= range.low && value <= range.high))
-    {
-        fail_value(option, text, expected);
-    }
-    return value;
-}
-
-/// A whole number; 1e6 and 1000000.0 are whole too.
-double parse_whole(const std::string& option, const std::string& text, const range_t& range)
-{
-    const double value = parse_real(option, text, range);
-    if (value != std::floor(value))
-    {
-        fail_value(option, text, fmt::format("a whole number from {} to {}{}", range.low, range.high, range.unit));
-    }
-    return value;
-}
-
-template <typename value_t>
-void take_real(const char* option, const std::optional<std::string>& text, const range_t& range, value_t& value)
-{
-    if (text)
-    {
-        value = static_cast<value_t>(parse_real(option, *text, range));
-    }
-}
-
-template <typename value_t>
-void take_whole(const char* option, const std::optional<std::string>& text, const range_t& range, value_t& value)
-{
-    if (text)
-    {
-        value = static_cast<value_t>(parse_whole(option, *text, range));
-    }
-}
 
 /// Bits as they are, or hexadecimal digits behind 0x, four bits each, the highest first.
 std::string parse_sync(const std::string& text)

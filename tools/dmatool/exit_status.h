@@ -10,20 +10,21 @@ enum exit_status_t : int
 {
     exit_ok = 0,
     exit_usage = 2,           ///< an option is missing, unknown or out of range, or options contradict each other
-    exit_unreadable = 3,      ///< the capture does not exist or cannot be opened or read
-    exit_bad_capture = 4,     ///< the capture is malformed, or of a kind that is not supported
+    exit_unreadable = 3,      ///< an input file does not exist or cannot be opened or read
+    exit_bad_capture = 4,     ///< an input file is malformed, or of a kind that is not supported
     exit_too_short = 5,       ///< the capture has fewer samples than the settings need
     exit_not_built = 6,       ///< the modulation group or the format has no demodulator
-    exit_analysis_failed = 7, ///< the analysis gave up
-    exit_output = 8,          ///< the report could not be written
+    exit_analysis_failed = 7, ///< the analysis or the design gave up
+    exit_output = 8,          ///< the report or another output file could not be written
     exit_internal = 70,       ///< a fault of the program, or not enough memory
 };
 
 /// The list above as it stands in the help.
-inline constexpr const char* exit_status_help = "Exit status: 0 measured; 2 bad option; 3 capture cannot be read; "
-                                                "4 capture malformed or unsupported;\n"
+inline constexpr const char* exit_status_help = "Exit status: 0 done; 2 bad option; 3 input file cannot be read; "
+                                                "4 input file malformed or unsupported;\n"
                                                 "5 capture too short for the settings; 6 group or format not built yet; "
-                                                "7 analysis failed;\n8 report could not be written; 70 internal fault.";
+                                                "7 analysis or design failed;\n8 output could not be written; "
+                                                "70 internal fault.";
 
 /// Ends the program with a status and one line on standard error.
 class tool_error_t : public std::runtime_error

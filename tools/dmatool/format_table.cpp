@@ -14,31 +14,18 @@ using namespace vrim::dma_demod_lib;
 
 namespace
 {
-std::string get_key(const std::string& text)
-{
-    std::string key;
-    for (const char c : text)
-    {
-        if (c != ' ' && c != '-' && c != '_' && c != '/')
-        {
-            key.push_back(static_cast<char>(std::tolower(static_cast<unsigned char>(c))));
-        }
-    }
-    return key;
-}
-
 template <typename row_t>
 bool is_named(const row_t& row, const std::string& text)
 {
-    const std::string key = get_key(text);
-    return !key.empty() && (key == get_key(row.name) || key == get_key(row.enumerator));
+    const std::string key = get_name_key(text);
+    return !key.empty() && (key == get_name_key(row.name) || key == get_name_key(row.enumerator));
 }
 
 template <typename row_t>
 bool is_match(const row_t& row, const std::string& text)
 {
-    const std::string key = get_key(text);
-    const auto has_key = [&key](const std::string& alias) { return key == get_key(alias); };
+    const std::string key = get_name_key(text);
+    const auto has_key = [&key](const std::string& alias) { return key == get_name_key(alias); };
     return is_named(row, text) || std::any_of(row.aliases.begin(), row.aliases.end(), has_key);
 }
 

@@ -1,18 +1,19 @@
-// dmatool: measures digitally modulated signals in recorded samples.
+// dmatool: measures digitally modulated signals in recorded samples and designs the filters for them.
 
-#include "analyze_command.h"
-#include "analyze_options.h"
+#include "command.h"
 #include "exit_status.h"
 #include "tool_text.h"
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <exception>
 #include <new>
 #include <sstream>
 #include <string>
+#include <vector>
 
 namespace
 {
@@ -33,36 +34,51 @@ void write_output(const std::string& text)
     }
 }
 
+std::string run_command(const dmatool::command_t& command)
+{
+    try
+    {
+        return command.run(print_error_line);
+    }
+    catch (const std::bad_alloc&)
+    {
+        throw dmatool::tool_error_t(dmatool::exit_internal, "there is not enough memory; " + command.memory_advice);
+    }
+}
+
 int run(int argc, char** argv)
 {
-    CLI::App app{ "Measures digitally modulated signals in recorded samples.", "dmatool" };
-    app.require_subcommand(1);
-    app.set_version_flag("--version", DMATOOL_VERSION);
-    app.footer(dmatool::exit_status_help);
-    CLI::App* analyze = app.add_subcommand("analyze", "Measures one stretch of a capture and prints its error table");
-    analyze->footer(dmatool::exit_status_help);
-    dmatool::analyze_arguments_t arguments;
-    dmatool::add_analyze_options(*analyze, arguments);
+    CLI::App program{ "Measures digitally modulated signals in recorded samples and designs FIR filters.", "dmatool" };
+    program.require_subcommand(1);
+    program.set_version_flag("--version", DMATOOL_VERSION);
+    program.footer(dmatool::exit_status_help);
+    const std::vector<dmatool::command_t> commands = {
+        dmatool::add_analyze_command(program),
+        dmatool::add_filter_command(program),
+    };
 
     try
     {
-        app.parse(argc, argv);
+        program.parse(argc, argv);
     }
     catch (const CLI::ParseError& error)
     {
         if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success))
         {
             std::ostringstream text;
-            app.exit(error, text, text);
+            program.exit(error, text, text);
             write_output(text.str());
             return dmatool::exit_ok;
         }
-        throw dmatool::tool_error_t(dmatool::exit_usage, dmatool::get_one_line(error.what()) + "; see dmatool analyze --help");
+        const auto asked = program.get_subcommands();
+        const std::string help = asked.empty() ? "dmatool --help" : "dmatool " + asked.front()->get_name() + " --help";
+        throw dmatool::tool_error_t(dmatool::exit_usage, dmatool::get_one_line(error.what()) + "; see " + help);
     }
 
-    const dmatool::analyze_options_t options = dmatool::parse_analyze_options(arguments);
-    const dmatool::analysis_t analysis = dmatool::run_analysis(options, print_error_line);
-    write_output(options.json ? dmatool::make_json_report(analysis, options.traces) : dmatool::make_text_report(analysis));
+    const auto asked =
+        std::find_if(commands.begin(), commands.end(), [](const dmatool::command_t& command) { return command.words->parsed(); });
+    // One command at least is required, so there is one.
+    write_output(run_command(*asked));
     return dmatool::exit_ok;
 }
 } // namespace
@@ -79,10 +95,6 @@ int main(int argc, char** argv)
     {
         print_error_line(error.what());
         return error.get_status();
-    }
-    catch (const std::bad_alloc&)
-    {
-        print_error_line("there is not enough memory for this capture; take fewer samples with --count");
     }
     catch (const std::exception& error)
     {

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cmath>
 #include <limits>
 
@@ -23,6 +24,19 @@ std::string get_one_line(const std::string& text)
 std::string quote(const std::string& text)
 {
     return fmt::format("'{}'", get_one_line(text));
+}
+
+std::string get_name_key(const std::string& text)
+{
+    std::string key;
+    for (const char c : text)
+    {
+        if (c != ' ' && c != '-' && c != '_' && c != '/')
+        {
+            key.push_back(static_cast<char>(std::tolower(static_cast<unsigned char>(c))));
+        }
+    }
+    return key;
 }
 
 std::string get_short_number(double value)
