@@ -10,10 +10,11 @@
 /// Whole analyses as a host runs them: public calls of the shared library, nothing else.
 namespace dma_test
 {
-/// What an analysis of one PSK segment is told. The defaults measure what `signal_setting_t` makes by default.
+/// What an analysis of one segment is told. The defaults measure what `signal_setting_t` makes by default.
 struct analysis_setting_t
 {
     signal_format_t format = signal_format_t::qpsk;
+    ring_ratios_t rings = {};              ///< of APSK; 0 for the usual ratio
     std::uint64_t symbol_rate = 1'000'000; ///< Hz
     double sample_rate = 4.0e6;            ///< Hz
     std::uint32_t points_per_symbol = 4;
@@ -55,13 +56,21 @@ struct decode_match_t
 {
     bool found = false;
     std::int32_t lag = 0;       ///< symbol of the record that stands first in the decoded ones
-    std::uint32_t rotation = 0; ///< turn of the decoded points against the sent ones, steps of 2 pi / M
+    std::uint32_t rotation = 0; ///< turn of the decoded points against the sent ones, steps of 2 pi / symmetry of the format
     std::size_t differing = 0;  ///< symbols that differ under the best turn and lag
 };
 
-/// Number of the format in the library's enumeration.
+/// A format as the library names it.
+struct library_format_t
+{
+    vrim::dma_demod_lib::lib_dma_modulation_type_t group;
+    std::uint32_t number; ///< in the group's enumeration
+};
+
+library_format_t get_library_format(signal_format_t format);
+/// Number of a PSK format in the library's enumeration. @throws std::invalid_argument for a format of another group
 vrim::dma_demod_lib::lib_dma_psk_modulation_type_t get_psk_format(signal_format_t format);
-/// Points of the format.
+/// Count of symbol indices of the format.
 std::uint32_t get_order(signal_format_t format);
 
 /// The frame of one segment that `setting` describes.
@@ -77,8 +86,9 @@ analysis_result_t analyse(const vrim::complex_array& capture, const analysis_set
 /// Reads one segment's results. @param code  what the run returned
 analysis_result_t take_result(vrim::dma_demod_lib::lib_dma_phy_t& analyser, std::uint32_t segment_index, std::int32_t code);
 
-/// Looks for decoded symbols in those that were sent, under every common turn of the points by a multiple of 2 pi / M and
-/// for every first symbol from `first_lag` to `last_lag`.
+/// Looks for decoded symbols in those that were sent, under every common turn that carries the format's points onto each other
+/// and for every first symbol from `first_lag` to `last_lag`. Of differential formats the first decoded symbol is not compared,
+/// since the phase before it may be unknown, and no turn is tried, since steps have none.
 /// @return the place where the fewest symbols differ; `found` when none does
 decode_match_t match_decoded(signal_format_t format, const std::vector<std::uint32_t>& decoded,
                              const std::vector<std::uint32_t>& sent, std::int32_t first_lag, std::int32_t last_lag);

@@ -30,6 +30,16 @@ std::vector<std::uint8_t> parse_bits(const std::string& text)
     return bits;
 }
 
+std::string list_formats()
+{
+    std::string list;
+    for (const dma_test::signal_format_info_t& info : dma_test::get_signal_formats())
+    {
+        list += (list.empty() ? "" : ", ") + info.name;
+    }
+    return list;
+}
+
 nlohmann::ordered_json number_or_text(double value)
 {
     return std::isfinite(value) ? nlohmann::ordered_json(value) : nlohmann::ordered_json(value > 0.0 ? "inf" : "-inf");
@@ -40,6 +50,15 @@ std::string make_truth(const dma_test::signal_setting_t& setting, const dma_test
     const dma_test::signal_format_info_t& info = dma_test::get_signal_format(setting.format);
     nlohmann::ordered_json truth;
     truth["format"] = info.name;
+    const dma_test::ring_ratios_t rings = dma_test::get_ring_ratios(setting.format, setting.rings);
+    if (rings.r2_r1 > 0.0)
+    {
+        truth["r2_r1"] = rings.r2_r1;
+    }
+    if (rings.r3_r1 > 0.0)
+    {
+        truth["r3_r1"] = rings.r3_r1;
+    }
     truth["pulse"] = dma_test::get_pulse_name(setting.pulse);
     truth["shape"] = setting.shape;
     truth["symbol_rate"] = setting.symbol_rate;
@@ -83,7 +102,9 @@ int main(int argc, char** argv)
 
     CLI::App app{ "Makes a test signal: STEM.sigmf-meta, STEM.sigmf-data (cf32_le) and STEM.truth.json" };
     app.add_option("STEM", stem, "path of the files without their endings")->required();
-    app.add_option("--format", format, "BPSK, QPSK, 8PSK, 3PI/4-QPSK, 3PI/8-8PSK")->capture_default_str();
+    app.add_option("--format", format, list_formats())->capture_default_str();
+    app.add_option("--r2-r1", setting.rings.r2_r1, "second ring of APSK over the first; the usual one if not given");
+    app.add_option("--r3-r1", setting.rings.r3_r1, "third ring of 32APSK over the first; the usual one if not given");
     app.add_option("--pulse", pulse, "rrc, rc, gaussian, rectangular")->capture_default_str();
     app.add_option("--shape", setting.shape, "roll-off, or bandwidth-time product")->capture_default_str();
     app.add_option("--symbol-rate", setting.symbol_rate, "Hz")->capture_default_str();

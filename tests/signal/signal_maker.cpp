@@ -63,15 +63,58 @@ std::vector<std::uint32_t> draw_symbols(const signal_setting_t& setting, std::ui
     return symbols;
 }
 
+/// Points of phase steps, one after the other, as if entry `lead` came behind a symbol of phase 0. The entries in front of it
+/// follow backwards, so that the record does not depend on their count.
+std::vector<std::complex<double>> accumulate_steps(const std::vector<std::complex<double>>& steps,
+                                                   const std::vector<std::uint32_t>& symbols, std::size_t lead)
+{
+    // Whole multiples of the smallest step keep the phase exact over any length.
+    const auto order = static_cast<std::int64_t>(steps.size());
+    const double smallest = 2.0 * pi / static_cast<double>(order);
+    std::vector<std::int64_t> places;
+    for (const std::complex<double>& step : steps)
+    {
+        places.push_back(std::lround(std::arg(step) / smallest));
+    }
+
+    std::int64_t place = 0;
+    for (std::size_t i = 0; i < lead; ++i)
+    {
+        place -= places[symbols[i]];
+    }
+    std::vector<std::complex<double>> points;
+    points.reserve(symbols.size());
+    for (const std::uint32_t symbol : symbols)
+    {
+        place = (place + places[symbol]) % order;
+        points.push_back(std::polar(1.0, static_cast<double>(place) * smallest));
+    }
+    return points;
+}
+
 /// Points of the symbols, turned by the format's step; entry `lead` is symbol 0.
-std::vector<std::complex<double>> map_symbols(const signal_format_info_t& info, const std::vector<std::uint32_t>& symbols,
+std::vector<std::complex<double>> map_symbols(const signal_setting_t& setting, const std::vector<std::uint32_t>& symbols,
                                               std::size_t lead)
 {
-    std::vector<std::complex<double>> points(symbols.size());
-    for (std::size_t i = 0; i < symbols.size(); ++i)
+    const signal_format_info_t& info = get_signal_format(setting.format);
+    std::vector<std::complex<double>> points;
+    if (info.coding == signal_coding_t::phase_step)
+    {
+        points = accumulate_steps(info.points, symbols, lead);
+    }
+    else
+    {
+        const std::vector<std::complex<double>> set = make_format_points(setting.format, setting.rings);
+        points.reserve(symbols.size());
+        for (const std::uint32_t symbol : symbols)
+        {
+            points.push_back(set[symbol]);
+        }
+    }
+    for (std::size_t i = 0; i < points.size(); ++i)
     {
         const double number = static_cast<double>(i) - static_cast<double>(lead);
-        points[i] = info.points[symbols[i]] * std::polar(1.0, std::fmod(number * info.turn, 2.0 * pi));
+        points[i] *= std::polar(1.0, std::fmod(number * info.turn, 2.0 * pi));
     }
     return points;
 }
@@ -189,7 +232,7 @@ signal_t make_signal(const signal_setting_t& setting)
     signal.sample_rate = setting.sample_rate;
     signal.symbol_rate = setting.symbol_rate;
     const std::vector<std::uint32_t> symbols = draw_symbols(setting, static_cast<std::uint32_t>(info.points.size()), lead);
-    const std::vector<std::complex<double>> points = map_symbols(info, symbols, lead);
+    const std::vector<std::complex<double>> points = map_symbols(setting, symbols, lead);
     const auto begin = static_cast<std::ptrdiff_t>(lead);
     const auto end = begin + static_cast<std::ptrdiff_t>(setting.symbol_count);
     signal.symbols.assign(symbols.begin() + begin, symbols.begin() + end);

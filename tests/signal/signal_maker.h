@@ -17,6 +17,7 @@ namespace dma_test
 struct signal_setting_t
 {
     signal_format_t format = signal_format_t::qpsk;
+    ring_ratios_t rings = {}; ///< of APSK; 0 for the usual ratio
     signal_pulse_t pulse = signal_pulse_t::root_raised_cosine;
     double shape = 0.35;                   ///< roll-off, or bandwidth-time product of a Gaussian pulse
     std::uint32_t half_span_symbols = 160; ///< the pulse is cut this far from its centre; at least 40
@@ -48,7 +49,7 @@ struct signal_t
     double sample_rate = 0.0;
     double symbol_rate = 0.0;
     std::vector<std::uint32_t> symbols;       ///< indices of the symbols centred within the record, symbol 0 first
-    std::vector<std::complex<double>> points; ///< their points with the format's turn, without any impairment
+    std::vector<std::complex<double>> points; ///< their points with the format's steps and turn, without any impairment
     double noise_variance = 0.0;              ///< per complex sample, before `gain`
 };
 
@@ -58,10 +59,13 @@ struct signal_t
 /// first floor(symbol_count * sample_rate / symbol_rate) samples from time 0. Random symbols before and behind it fill the
 /// tails of the pulses. With the root raised cosine pulse the mean power is gain^2.
 ///
+/// Differential formats start from phase 0: the point of symbol 0 is its own step, that of symbol k the product of the steps 0
+/// to k, turned by k times the format's turn.
+///
 /// The noise is white over the whole sample rate. Its variance per complex sample is
 /// energy * (sample_rate / symbol_rate) / snr, `energy` being that of the pulse, so that behind the matched filter with unit
 /// energy the symbols have the SNR that was set.
-/// @throws std::invalid_argument for rates that are not positive and finite, a pulse shorter than 40 symbols each side, or a
-///         sync word that does not fit
+/// @throws std::invalid_argument for rates that are not positive and finite, a pulse shorter than 40 symbols each side, a
+///         sync word that does not fit, or rings that do not rise
 signal_t make_signal(const signal_setting_t& setting);
 } // namespace dma_test
