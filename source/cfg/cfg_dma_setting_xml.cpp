@@ -5,10 +5,12 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <locale.h>
 #include <pugixml.hpp>
 #include <string>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 namespace vrim::dma_demod_lib
@@ -289,7 +291,7 @@ void recall_constellation(const pugi::xml_node& node, cfg_dma_format_t& format)
     lib_common_list_parse_t::string_to_index_list(read_text(node, "const_iq_map_data_symbol"), indices, reason);
     constellation_map map;
     for (std::size_t i = 0; i < std::min(points.size(), indices.size()); ++i)
-        map[static_cast<std::uint32_t>(indices[i])] = points[i];
+        map.insert_or_assign(map.end(), static_cast<std::uint32_t>(indices[i]), points[i]);
     format.set_const_iq_map_data(std::move(map));
 }
 
@@ -343,6 +345,21 @@ void recall_segment(const pugi::xml_node& node, cfg_dma_segment_t& segment)
     recall_format(node.child(format_name), segment.get_format_cfg());
     recall_demod_info(node.child(recall_demod_info_name), segment.get_recall_demod_info_cfg());
 }
+
+/// Reads a segment that the next one overwrites: nothing of it outlasts that but a sync search that its bit-error state turns
+/// on. Payload and preset constellation of each of thousands would take minutes.
+void recall_passed_segment(const pugi::xml_node& node, cfg_dma_segment_t& segment)
+{
+    segment.get_recall_demod_info_cfg().set_ber_state(read_bool(node.child(recall_demod_info_name), "ber_state"));
+}
+
+/// The first element from `node` on; comments and texts are no segments.
+pugi::xml_node find_element(pugi::xml_node node)
+{
+    while (node && node.type() != pugi::node_element)
+        node = node.next_sibling();
+    return node;
+}
 } // namespace
 
 bool cfg_dma_frame_t::save_dma_setting(pugi::xml_node& node)
@@ -377,15 +394,20 @@ bool cfg_dma_frame_t::recall_dma_setting(const pugi::xml_node& node)
     frame_.init();
     const pugi::xml_node frame = node.child(frame_name);
     recall_frame(frame, *this);
-    std::uint32_t count = 0;
-    for (const pugi::xml_node item : frame.child(segment_name).children())
+    pugi::xml_node item = find_element(frame.child(segment_name).first_child());
+    for (std::uint32_t count = 0; item; ++count)
     {
-        if (item.type() != pugi::node_element)
-            continue;
+        const pugi::xml_node next = find_element(item.next_sibling());
         if (get_segment_number() <= count)
             add_segment();
-        recall_segment(item, get_segment(count));
-        ++count;
+        // Items that the list has no room for fall back on the first segment, one after the other.
+        const bool overwritten = next && count >= get_segment_number();
+        cfg_dma_segment_t& segment = get_segment(count);
+        if (overwritten)
+            recall_passed_segment(item, segment);
+        else
+            recall_segment(item, segment);
+        item = next;
     }
     return true;
 }
