@@ -19,12 +19,17 @@ cfg_dma_frame_t::cfg_dma_frame_t() : segment_(frame_)
     init();
 }
 
-cfg_dma_frame_t::cfg_dma_frame_t(const cfg_dma_frame_t& other) : frame_(other.frame_), segment_(frame_) {}
+// Here and in the assignment the cursor comes first: placing it refreshes the stored number of segments, which would make a
+// copy of a frame whose number is out of date differ from its source.
+cfg_dma_frame_t::cfg_dma_frame_t(const cfg_dma_frame_t& other) : segment_(frame_)
+{
+    frame_ = other.frame_;
+}
 
 cfg_dma_frame_t& cfg_dma_frame_t::operator=(const cfg_dma_frame_t& other)
 {
-    frame_ = other.frame_;
     segment_.init(); // stays bound to this object's manager
+    frame_ = other.frame_;
     return *this;
 }
 
