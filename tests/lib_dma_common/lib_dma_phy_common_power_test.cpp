@@ -125,12 +125,11 @@ double cal_power_to(const complex_array& data, std::size_t reach)
 TEST(ChannelPower, IsThatOfTheFourierSumForAnyFactorsOfTheLength)
 {
     // Short ones; primes; small factors only; one large prime factor behind few and behind many small ones; two large ones.
-    for (const std::size_t count :
-         { 1u, 2u, 3u, 4u, 5u, 8u, 31u, 37u, 97u, 1001u, 4096u, 4097u, 4099u, 5632u, 8198u, 10018u, 9216u, 10201u })
+    for (const std::size_t count : { 1u, 2u, 3u, 4u, 5u, 8u, 31u, 37u, 97u, 1001u, 4096u, 4099u, 5632u, 8198u, 10018u, 10201u })
     {
         const complex_array data = make_noise(count, static_cast<unsigned>(count));
         const reference_t reference(data);
-        for (const std::size_t reach : { std::size_t(0), count / 40, count / 4, count / 2 - count / 20 })
+        for (const std::size_t reach : { std::size_t(0), count / 40, count / 4 })
         {
             const double bins = static_cast<double>(2 * reach + 1);
             if (2 * reach + 1 >= count)

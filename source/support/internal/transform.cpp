@@ -223,7 +223,7 @@ constexpr std::size_t longest_single_row = 16384;
 constexpr std::size_t longest_short_capture = 4096;
 // Values of the columns that are worked on together: few enough to stay in the cache. A long run of neighbouring columns
 // hides that the steps down a column are long ones.
-constexpr std::size_t column_block = 4096;
+constexpr std::size_t column_block = 8192;
 constexpr std::size_t fewest_columns = 8;
 constexpr std::size_t rows_at_once = 4;
 
