@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <numbers>
 #include <random>
 #include <tuple>
 #include <vector>
@@ -292,7 +293,8 @@ TEST(TransformRows, AreTheFourierSum)
                 for (std::size_t n = 0; n < length; ++n)
                 {
                     const double turn = static_cast<double>(n * (i - row) % length) / static_cast<double>(length);
-                    sum += std::complex<double>(noise[row + n]) * std::polar(2.0, (inverse ? 1.0 : -1.0) * 6.283185307179586 * turn);
+                    const double angle = (inverse ? 1.0 : -1.0) * 2.0 * std::numbers::pi * turn;
+                    sum += std::complex<double>(noise[row + n]) * std::polar(2.0, angle);
                 }
                 EXPECT_LT(std::abs(sum - rows[i]), 1e-12 * static_cast<double>(length)) << length << " values, bin " << i;
             }

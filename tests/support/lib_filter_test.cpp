@@ -357,7 +357,8 @@ TEST(DealFilter, HoldsAtTheBordersOfItsBlocks)
         complex_array kernel(taps);
         for (auto& tap : kernel)
             tap = { static_cast<float>(part(generator)), 0.0f };
-        for (const std::size_t count : { 1u, 2u, 79u, 80u, 81u, 943u, 944u, 945u, 1023u, 1024u, 1025u, 2047u, 2048u, 2049u, 7553u })
+        for (const std::size_t count :
+             { 1u, 2u, 79u, 80u, 81u, 943u, 944u, 945u, 1023u, 1024u, 1025u, 2047u, 2048u, 2049u, 7553u })
         {
             complex_array data(count);
             for (auto& value : data)

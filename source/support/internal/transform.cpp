@@ -11,8 +11,8 @@
 
 // Rows that stand side by side in the lanes of AVX2 vectors. The library itself stays at the vectors that every processor
 // of the family has; each row goes through the same operations in either.
-#if defined(__x86_64__) && defined(__GNUC__) && !defined(__clang__) && defined(__OPTIMIZE__) && !defined(__SANITIZE_ADDRESS__) &&  \
-    !defined(__SANITIZE_THREAD__)
+#if defined(__x86_64__) && defined(__GNUC__) && !defined(__clang__) && defined(__OPTIMIZE__) &&                                  \
+    !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 #define DMA_WIDE_ROWS
 // All functions that pass wide vectors by value are inlined into the one that has the instructions for them.
 #pragma GCC diagnostic ignored "-Wpsabi"
@@ -309,7 +309,8 @@ class columns_t
 {
 public:
     explicit columns_t(const layout_t& layout)
-        : layout_(layout), width_(cal_width(layout.column)), block_(width_ * layout.column), block_turn_(layout.column), column_turn_(width_ * layout.column)
+        : layout_(layout), width_(_cal_width(layout.column)), block_(width_ * layout.column), block_turn_(layout.column),
+          column_turn_(width_ * layout.column)
     {
         for (std::size_t c = 0; c < width_; ++c)
         {
@@ -347,7 +348,7 @@ public:
     }
 
 private:
-    static std::size_t cal_width(std::size_t column)
+    static std::size_t _cal_width(std::size_t column)
     {
         return column > 1 ? std::max(column_block / column / fewest_columns, std::size_t(1)) * fewest_columns : 0;
     }
