@@ -1,7 +1,7 @@
 #include "lib_dma_common/lib_dma_phy_common.h"
 
 #include "lib_dma_common/channel_power.h"
-#include "support/internal/transform.h"
+#include "support/internal/bin_energy.h"
 #include "support/internal/vector_clones.h"
 
 #include <algorithm>
