@@ -16,7 +16,7 @@ namespace
 {
 // Work and memory of one design. The exchange costs the square of the order a pass, the last pass a term for each grid point
 // and node; at these limits that is a few seconds and some tens of megabytes.
-constexpr std::uint32_t largest_order = 20000;
+constexpr std::uint32_t largest_order = 10000;
 constexpr double largest_grid = 1.0e6;
 constexpr double largest_pass = 4.0e8; // grid points times nodes
 constexpr double kept_density = 20.0;  // never lowered below
@@ -206,9 +206,7 @@ bool is_sound(const exchange_problem_t& problem, const remez_result_t& result)
     constexpr double safe_deviation = 1.0e-9, safe_gain = 2.0;
     constexpr double narrowing = 2.0e-7; // of a filter of unit gain
     const std::size_t cosines = result.node.size() - 1;
-    double_array node = result.node;
-    node.push_back(-2.0);
-    const double_array cosine = cal_cosine_coefficients(node, result.node_weight, result.value, cosines,
+    const double_array cosine = cal_cosine_coefficients(result.node, result.node_weight, result.value, cosines,
                                                         choose_span(problem.grid, problem.frequencies, cosines));
     double power = 0.0;
     for (const double tap : cal_half_taps(cosine, problem.negative, problem.odd))
@@ -222,30 +220,38 @@ bool is_sound(const exchange_problem_t& problem, const remez_result_t& result)
     return does_follow(cosine, problem.grid, problem.desired, problem.weight, result);
 }
 
-/// Looks for the longest shorter filter that is sound, to about a sixteenth.
-/// @param[in,out] result  the exchange that failed; replaced where a shorter one holds
-/// @return whether one holds
-bool shorten(const exchange_problem_t& problem, remez_result_t& result)
+/// Where evenly spread extremals start a filter below rounding, the exchange does not find out of it. Starts again from a
+/// shorter filter that is sound and works up, spreading the extremals of each the way the last ones lie: to the whole filter,
+/// or to the longest sound one, to about a sixteenth, where even the best deviation is below rounding.
+/// Source of the spreading: S.-I. Filip, "A robust and scalable implementation of the Parks-McClellan algorithm for designing
+/// FIR filters", ACM Trans. Math. Softw. 43(1), 2016.
+/// @param[in,out] result  the exchange that failed; replaced where there is a sound one
+void work_up(const exchange_problem_t& problem, std::size_t cosines, remez_result_t& result)
 {
     remez_limits_t limits;
-    limits.terms -= result.terms;
-    std::size_t holding = 0, failing = result.node.size() - 1;
-    while (failing - holding > 1 + holding / 16 && limits.terms > 0.0)
+    std::size_t holding = 0, failing = cosines + 1;
+    const auto is_taken = [&](std::size_t count)
     {
-        const std::size_t cosines = (holding + failing) / 2;
-        remez_result_t shorter = run_remez_exchange(problem.grid, problem.desired, problem.weight, cosines, limits);
-        limits.terms -= shorter.terms;
-        const bool holds = shorter.end != remez_end_t::work && is_sound(problem, shorter);
-        (holds ? holding : failing) = cosines;
-        if (holds)
-            result = std::move(shorter);
+        remez_result_t trial = run_remez_exchange(problem.grid, problem.desired, problem.weight, count, limits,
+                                                  holding > 0 ? result.extremals : std::vector<std::size_t>{});
+        limits.terms -= trial.terms;
+        if (trial.end == remez_end_t::work || !is_sound(problem, trial))
+            return false;
+        result = std::move(trial);
+        return true;
+    };
+    for (std::size_t count = cosines / 2; count > 0 && holding == 0; count /= 2)
+        holding = is_taken(count) ? count : 0;
+    while (holding > 0 && holding < cosines && (failing > cosines || failing - holding > 1 + holding / 16))
+    {
+        const std::size_t count = failing > cosines ? std::min(2 * holding, cosines) : (holding + failing) / 2;
+        (is_taken(count) ? holding : failing) = count;
     }
-    return holding > 0;
 }
 
-void report_end(const remez_result_t& result)
+void report_end(remez_end_t end, std::uint32_t passes)
 {
-    switch (result.end)
+    switch (end)
     {
     case remez_end_t::rounding:
         common_log::print_trace_line("2 次迭代后未能收敛。这可能是机器舍入误差导致的。如果迭代次数超过 3 "
@@ -254,12 +260,12 @@ void report_end(const remez_result_t& result)
     case remez_end_t::work:
         DMA_LOG_INFO(fmt::format("lib_fir_designer_t::_remez_iteration: stopped for its work after {} passes; the filter is not "
                                  "the best one.\n",
-                                 result.passes));
+                                 passes));
         break;
     case remez_end_t::passes:
         DMA_LOG_INFO(fmt::format("lib_fir_designer_t::_remez_iteration: stopped after {} passes; the filter is not the best "
                                  "one.\n",
-                                 result.passes));
+                                 passes));
         break;
     case remez_end_t::settled:
     case remez_end_t::no_grid:
@@ -397,20 +403,25 @@ bool lib_fir_designer_t::_remez_iteration(std::uint32_t order, double_array& gri
 
     const std::size_t cosines = count_cosines(order, negative, odd);
     remez_result_t result = run_remez_exchange(grid, desired, weight, cosines);
-    deviation = result.deviation;
     if (result.end == remez_end_t::no_grid)
         return false;
-    report_end(result);
     const exchange_problem_t problem = { grid, frequencies, desired, weight, negative, odd };
-    const bool is_complete = result.end == remez_end_t::settled || result.end == remez_end_t::rounding;
-    if (is_complete && !is_sound(problem, result) && shorten(problem, result))
+    const remez_end_t end = result.end;
+    const std::uint32_t passes = result.passes;
+    if (!is_sound(problem, result))
+        work_up(problem, cosines, result);
+    const std::size_t kept = result.node.size() - 1;
+    if (kept == cosines)
+        report_end(result.end, result.passes);
+    else
+        report_end(end, passes);
+    if (kept < cosines)
     {
-        deviation = result.deviation;
         DMA_LOG_INFO(fmt::format("lib_fir_designer_t::_remez_iteration: rounding leaves nothing of order {}; the outer {} taps "
                                  "on either side are 0.\n",
-                                 order, cosines + 1 - result.node.size()));
+                                 order, cosines - kept));
     }
-    const std::size_t kept = result.node.size() - 1;
+    deviation = result.deviation;
     _equiripple_method_ifft(grid, frequencies, result.node_weight, result.node, result.value, negative, odd, coefficients);
     coefficients.insert(coefficients.begin(), cosines - kept, 0.0f);
     return true;

@@ -15,7 +15,7 @@ struct cosine_span_t
 };
 
 /// Coefficients a[k] of cos(2 pi k f) of the polynomial through the nodes.
-/// @param node   falling cosines, -2 behind the last one
+/// @param node   cosines; what stands behind the last weight is not looked at
 /// @param span   the whole axis, or the part that holds the nodes where they leave out an end of it
 double_array cal_cosine_coefficients(const double_array& node, const double_array& node_weight, const double_array& value,
                                      std::size_t cosines, const cosine_span_t& span);
