@@ -1,8 +1,8 @@
 #include "fir_filter/lib_fir_designer.h"
 
 #include "fir_filter/internal/barycentric.h"
-#include "fir_filter/internal/remez_exchange.h"
 #include "fir_filter/internal/remez_taps.h"
+#include "fir_filter/internal/sound_exchange.h"
 #include "support/log_macro.h"
 #include "support/trace_output.h"
 
@@ -176,100 +176,18 @@ void divide_by_fixed_factor(const double_array& grid, bool negative, bool odd, d
     }
 }
 
-/// The part of the cosine axis that the coefficients are taken from: all of it where the bands reach both its ends.
-cosine_span_t choose_span(const double_array& grid, const double_array& frequencies, std::size_t cosines)
-{
-    const bool whole_axis = frequencies.empty() || (frequencies.front() == 0.0 && frequencies.back() == 0.5);
-    if (whole_axis || cosines < 4 || grid.empty())
-        return {};
-    const cosine_span_t covered = { std::cos(2.0 * std::numbers::pi * grid.front()),
-                                    std::cos(2.0 * std::numbers::pi * grid.back()) };
-    return covered.first > covered.last ? covered : cosine_span_t{};
-}
-
-/// Approximation problem of a cosine polynomial, with what leads back from it to taps.
-struct exchange_problem_t
-{
-    const double_array& grid;
-    const double_array& frequencies; ///< band edges
-    const double_array& desired;
-    const double_array& weight;
-    bool negative;
-    bool odd;
-};
-
-/// Whether the taps of an exchange do what the exchange found. Two things may spoil them: between the bands, the interpolation
-/// loses the digits that the deviation is below 1; and a wide transition beside a narrow one may rise so high that nothing of
-/// single precision is left for the bands.
-bool is_sound(const exchange_problem_t& problem, const remez_result_t& result)
-{
-    constexpr double safe_deviation = 1.0e-9, safe_gain = 2.0;
-    constexpr double narrowing = 2.0e-7; // of a filter of unit gain
-    const std::size_t cosines = result.node.size() - 1;
-    const double_array cosine = cal_cosine_coefficients(result.node, result.node_weight, result.value, cosines,
-                                                        choose_span(problem.grid, problem.frequencies, cosines));
-    double power = 0.0;
-    for (const double tap : cal_half_taps(cosine, problem.negative, problem.odd))
-        power += 2.0 * tap * tap;
-    const double gain = std::sqrt(power);
-    const double deviation = result.deviation / *std::max_element(problem.weight.begin(), problem.weight.end());
-    if (!(narrowing * gain <= std::max(deviation, safe_gain * narrowing)))
-        return false;
-    if (result.end == remez_end_t::settled && deviation > safe_deviation && gain < safe_gain)
-        return true;
-    return does_follow(cosine, problem.grid, problem.desired, problem.weight, result);
-}
-
-/// Where evenly spread extremals start a filter below rounding, the exchange does not find out of it. Starts again from a
-/// shorter filter that is sound and works up, spreading the extremals of each the way the last ones lie: to the whole filter,
-/// or to the longest sound one, to about a sixteenth, where even the best deviation is below rounding.
-/// Source of the spreading: S.-I. Filip, "A robust and scalable implementation of the Parks-McClellan algorithm for designing
-/// FIR filters", ACM Trans. Math. Softw. 43(1), 2016.
-/// @param[in,out] result  the exchange that failed; replaced where there is a sound one
-void work_up(const exchange_problem_t& problem, std::size_t cosines, remez_result_t& result)
-{
-    remez_limits_t limits;
-    std::size_t holding = 0, failing = cosines + 1;
-    const auto is_taken = [&](std::size_t count)
-    {
-        remez_result_t trial = run_remez_exchange(problem.grid, problem.desired, problem.weight, count, limits,
-                                                  holding > 0 ? result.extremals : std::vector<std::size_t>{});
-        limits.terms -= trial.terms;
-        if (trial.end == remez_end_t::work || !is_sound(problem, trial))
-            return false;
-        result = std::move(trial);
-        return true;
-    };
-    for (std::size_t count = cosines / 2; count > 0 && holding == 0; count /= 2)
-        holding = is_taken(count) ? count : 0;
-    while (holding > 0 && holding < cosines && (failing > cosines || failing - holding > 1 + holding / 16))
-    {
-        const std::size_t count = failing > cosines ? std::min(2 * holding, cosines) : (holding + failing) / 2;
-        (is_taken(count) ? holding : failing) = count;
-    }
-}
+// clang-format off
+constexpr const char* no_convergence_text = "2 次迭代后未能收敛。这可能是机器舍入误差导致的。如果迭代次数超过 3 次，设计可能是正确的，但应该用 FFT 进行验证。";
+// clang-format on
 
 void report_end(remez_end_t end, std::uint32_t passes)
 {
-    switch (end)
+    if (end == remez_end_t::rounding)
+        common_log::print_trace_line(no_convergence_text);
+    if (end == remez_end_t::work || end == remez_end_t::passes)
     {
-    case remez_end_t::rounding:
-        common_log::print_trace_line("2 次迭代后未能收敛。这可能是机器舍入误差导致的。如果迭代次数超过 3 "
-                                     "次，设计可能是正确的，但应该用 FFT 进行验证。");
-        break;
-    case remez_end_t::work:
-        DMA_LOG_INFO(fmt::format("lib_fir_designer_t::_remez_iteration: stopped for its work after {} passes; the filter is not "
-                                 "the best one.\n",
-                                 passes));
-        break;
-    case remez_end_t::passes:
-        DMA_LOG_INFO(fmt::format("lib_fir_designer_t::_remez_iteration: stopped after {} passes; the filter is not the best "
-                                 "one.\n",
-                                 passes));
-        break;
-    case remez_end_t::settled:
-    case remez_end_t::no_grid:
-        break;
+        DMA_LOG_INFO(fmt::format(
+            "lib_fir_designer_t::_remez_iteration: stopped after {} passes; the filter is not the best one.\n", passes));
     }
 }
 
@@ -402,28 +320,22 @@ bool lib_fir_designer_t::_remez_iteration(std::uint32_t order, double_array& gri
     divide_by_fixed_factor(grid, negative, odd, desired, weight);
 
     const std::size_t cosines = count_cosines(order, negative, odd);
-    remez_result_t result = run_remez_exchange(grid, desired, weight, cosines);
-    if (result.end == remez_end_t::no_grid)
+    const sound_exchange_t exchange = run_sound_exchange({ grid, frequencies, desired, weight, negative, odd }, cosines);
+    report_end(exchange.end, exchange.passes);
+    if (!exchange.is_useful)
         return false;
-    const exchange_problem_t problem = { grid, frequencies, desired, weight, negative, odd };
-    const remez_end_t end = result.end;
-    const std::uint32_t passes = result.passes;
-    if (!is_sound(problem, result))
-        work_up(problem, cosines, result);
-    const std::size_t kept = result.node.size() - 1;
-    if (kept == cosines)
-        report_end(result.end, result.passes);
-    else
-        report_end(end, passes);
-    if (kept < cosines)
+
+    remez_result_t last = exchange.last;
+    deviation = last.deviation;
+    const std::size_t left_out = cosines + 1 - last.node.size();
+    if (left_out > 0)
     {
         DMA_LOG_INFO(fmt::format("lib_fir_designer_t::_remez_iteration: rounding leaves nothing of order {}; the outer {} taps "
                                  "on either side are 0.\n",
-                                 order, cosines - kept));
+                                 order, left_out));
     }
-    deviation = result.deviation;
-    _equiripple_method_ifft(grid, frequencies, result.node_weight, result.node, result.value, negative, odd, coefficients);
-    coefficients.insert(coefficients.begin(), cosines - kept, 0.0f);
+    _equiripple_method_ifft(grid, frequencies, last.node_weight, last.node, last.value, negative, odd, coefficients);
+    coefficients.insert(coefficients.begin(), left_out, 0.0f);
     return true;
 }
 

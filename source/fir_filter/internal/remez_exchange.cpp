@@ -15,6 +15,10 @@ namespace
 constexpr double nan_value = std::numeric_limits<double>::quiet_NaN();
 /// A new extremal at either end of the grid has to beat the one that it drops by this factor.
 constexpr double end_point_factor = 1.00001;
+/// Rounding of the deviation relative to the sum of its terms' magnitudes.
+constexpr double rounding_factor = 16.0 * std::numeric_limits<double>::epsilon();
+/// How many passes may have a deviation that is nothing but rounding. Evenly spread extremals may start there.
+constexpr std::uint32_t rounding_passes = 20;
 
 // ---- search of the extremals
 
@@ -201,9 +205,15 @@ std::vector<std::size_t> spread_like(const std::vector<std::size_t>& like, std::
     return extremals;
 }
 
+struct deviation_t
+{
+    double value;    ///< with its sign at the first extremal, the sign of desired minus value
+    double rounding; ///< what rounding alone may make of it
+};
+
 /// Places nodes on the extremals and solves for the deviation that alternates over them.
-/// @return the deviation with its sign at the first extremal, the sign of desired minus value
-double interpolate(const double_array& cosine, const double_array& desired, const double_array& weight, remez_result_t& state)
+deviation_t interpolate(const double_array& cosine, const double_array& desired, const double_array& weight,
+                        remez_result_t& state)
 {
     const std::size_t nodes = state.extremals.size();
     state.node.resize(nodes);
@@ -211,10 +221,12 @@ double interpolate(const double_array& cosine, const double_array& desired, cons
         state.node[k] = cosine[state.extremals[k]];
     cal_node_weights(state.node, (nodes - 2) / 15 + 1, state.node_weight);
 
-    double above = 0.0, below = 0.0, sign = 1.0;
+    double above = 0.0, below = 0.0, above_magnitude = 0.0, sign = 1.0;
     for (std::size_t k = 0; k < nodes; ++k, sign = -sign)
     {
-        above += state.node_weight[k] * desired[state.extremals[k]];
+        const double term = state.node_weight[k] * desired[state.extremals[k]];
+        above += term;
+        above_magnitude += std::abs(term);
         below += sign * state.node_weight[k] / weight[state.extremals[k]];
     }
     const double deviation = above / below;
@@ -224,7 +236,7 @@ double interpolate(const double_array& cosine, const double_array& desired, cons
     for (std::size_t k = 0; k < nodes; ++k, sign = -sign)
         state.value[k] = desired[state.extremals[k]] - sign * deviation / weight[state.extremals[k]];
     state.deviation = std::abs(deviation);
-    return deviation;
+    return { deviation, rounding_factor * std::abs(above_magnitude / below) };
 }
 } // namespace
 
@@ -248,8 +260,9 @@ remez_result_t run_remez_exchange(const double_array& grid, const double_array& 
     {
         ++result.passes;
         result.extremals = extremals;
-        const double deviation = interpolate(cosine, desired, weight, result);
-        if (!(result.deviation > last_deviation))
+        const deviation_t deviation = interpolate(cosine, desired, weight, result);
+        const bool is_rounding = result.deviation < deviation.rounding && result.passes <= rounding_passes;
+        if (!(result.deviation > last_deviation) && !is_rounding)
         {
             result.end = remez_end_t::rounding;
             break;
@@ -257,7 +270,9 @@ remez_result_t run_remez_exchange(const double_array& grid, const double_array& 
         last_deviation = result.deviation;
 
         error.start_pass(result);
-        const bool moved = extremal_search_t(error, extremals, deviation > 0.0 ? -1.0 : 1.0, result.deviation).run();
+        const bool moved = extremal_search_t(error, extremals, deviation.value > 0.0 ? -1.0 : 1.0,
+                                             std::max(result.deviation, deviation.rounding))
+                               .run();
         if (error.is_exhausted() || !moved)
         {
             result.end = error.is_exhausted() ? remez_end_t::work : remez_end_t::settled;

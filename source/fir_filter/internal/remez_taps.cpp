@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <limits>
 #include <numbers>
 
 namespace vrim::fir_filter_lib
@@ -109,6 +110,16 @@ void evaluate_polynomial(const double* cosine, std::size_t count, const double* 
 }
 } // namespace
 
+cosine_span_t choose_span(const double_array& grid, const double_array& frequencies, std::size_t cosines)
+{
+    const bool whole_axis = frequencies.empty() || (frequencies.front() == 0.0 && frequencies.back() == 0.5);
+    if (whole_axis || cosines < 4 || grid.empty())
+        return {};
+    const cosine_span_t covered = { std::cos(2.0 * std::numbers::pi * grid.front()),
+                                    std::cos(2.0 * std::numbers::pi * grid.back()) };
+    return covered.first > covered.last ? covered : cosine_span_t{};
+}
+
 double_array cal_cosine_coefficients(const double_array& node, const double_array& node_weight, const double_array& value,
                                      std::size_t cosines, const cosine_span_t& span)
 {
@@ -118,11 +129,12 @@ double_array cal_cosine_coefficients(const double_array& node, const double_arra
     return map_series(series, 2.0 / (span.first - span.last), -(span.first + span.last) / (span.first - span.last));
 }
 
-bool does_follow(const double_array& cosine, const double_array& grid, const double_array& desired, const double_array& weight,
-                 const remez_result_t& result)
+response_check_t check_response(const double_array& cosine, const double_array& grid, const double_array& desired,
+                                const double_array& weight, const remez_result_t& result)
 {
     constexpr double single_precision = 1.0e-7;
     const double reach = (result.end == remez_end_t::settled ? 1.01 : 2.0) * result.deviation;
+    response_check_t check;
     std::array<double, place_lanes> place, value;
     for (std::size_t first = 0; first < grid.size(); first += place_lanes)
     {
@@ -133,12 +145,14 @@ bool does_follow(const double_array& cosine, const double_array& grid, const dou
         for (std::size_t lane = 0; lane < used; ++lane)
         {
             const std::size_t i = first + lane;
-            const double tolerance = reach / weight[i] + single_precision * (1.0 + std::abs(desired[i]));
-            if (!(std::abs(value[lane] - desired[i]) <= tolerance))
-                return false;
+            const double error = weight[i] * std::abs(value[lane] - desired[i]);
+            if (!std::isfinite(error))
+                return { false, std::numeric_limits<double>::infinity() };
+            check.error = std::max(check.error, error);
+            check.follows = check.follows && error <= reach + weight[i] * single_precision * (1.0 + std::abs(desired[i]));
         }
     }
-    return true;
+    return check;
 }
 
 double_array cal_half_taps(const double_array& cosine, bool negative, bool odd)
