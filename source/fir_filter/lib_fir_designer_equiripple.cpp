@@ -1,8 +1,8 @@
 #include "fir_filter/lib_fir_designer.h"
 
 #include "fir_filter/internal/barycentric.h"
-#include "fir_filter/internal/remez_exchange.h"
 #include "fir_filter/internal/remez_taps.h"
+#include "fir_filter/internal/sound_exchange.h"
 #include "support/log_macro.h"
 #include "support/trace_output.h"
 
@@ -16,7 +16,7 @@ namespace
 {
 // Work and memory of one design. The exchange costs the square of the order a pass, the last pass a term for each grid point
 // and node; at these limits that is a few seconds and some tens of megabytes.
-constexpr std::uint32_t largest_order = 20000;
+constexpr std::uint32_t largest_order = 10000;
 constexpr double largest_grid = 1.0e6;
 constexpr double largest_pass = 4.0e8; // grid points times nodes
 constexpr double kept_density = 20.0;  // never lowered below
@@ -176,94 +176,18 @@ void divide_by_fixed_factor(const double_array& grid, bool negative, bool odd, d
     }
 }
 
-/// The part of the cosine axis that the coefficients are taken from: all of it where the bands reach both its ends.
-cosine_span_t choose_span(const double_array& grid, const double_array& frequencies, std::size_t cosines)
-{
-    const bool whole_axis = frequencies.empty() || (frequencies.front() == 0.0 && frequencies.back() == 0.5);
-    if (whole_axis || cosines < 4 || grid.empty())
-        return {};
-    const cosine_span_t covered = { std::cos(2.0 * std::numbers::pi * grid.front()),
-                                    std::cos(2.0 * std::numbers::pi * grid.back()) };
-    return covered.first > covered.last ? covered : cosine_span_t{};
-}
+// clang-format off
+constexpr const char* no_convergence_text = "2 次迭代后未能收敛。这可能是机器舍入误差导致的。如果迭代次数超过 3 次，设计可能是正确的，但应该用 FFT 进行验证。";
+// clang-format on
 
-/// Approximation problem of a cosine polynomial, with what leads back from it to taps.
-struct exchange_problem_t
+void report_end(remez_end_t end, std::uint32_t passes)
 {
-    const double_array& grid;
-    const double_array& frequencies; ///< band edges
-    const double_array& desired;
-    const double_array& weight;
-    bool negative;
-    bool odd;
-};
-
-/// Whether the taps of an exchange do what the exchange found. Two things may spoil them: between the bands, the interpolation
-/// loses the digits that the deviation is below 1; and a wide transition beside a narrow one may rise so high that nothing of
-/// single precision is left for the bands.
-bool is_sound(const exchange_problem_t& problem, const remez_result_t& result)
-{
-    constexpr double safe_deviation = 1.0e-9, safe_gain = 2.0;
-    constexpr double narrowing = 2.0e-7; // of a filter of unit gain
-    const std::size_t cosines = result.node.size() - 1;
-    double_array node = result.node;
-    node.push_back(-2.0);
-    const double_array cosine = cal_cosine_coefficients(node, result.node_weight, result.value, cosines,
-                                                        choose_span(problem.grid, problem.frequencies, cosines));
-    double power = 0.0;
-    for (const double tap : cal_half_taps(cosine, problem.negative, problem.odd))
-        power += 2.0 * tap * tap;
-    const double gain = std::sqrt(power);
-    const double deviation = result.deviation / *std::max_element(problem.weight.begin(), problem.weight.end());
-    if (!(narrowing * gain <= std::max(deviation, safe_gain * narrowing)))
-        return false;
-    if (result.end == remez_end_t::settled && deviation > safe_deviation && gain < safe_gain)
-        return true;
-    return does_follow(cosine, problem.grid, problem.desired, problem.weight, result);
-}
-
-/// Looks for the longest shorter filter that is sound, to about a sixteenth.
-/// @param[in,out] result  the exchange that failed; replaced where a shorter one holds
-/// @return whether one holds
-bool shorten(const exchange_problem_t& problem, remez_result_t& result)
-{
-    remez_limits_t limits;
-    limits.terms -= result.terms;
-    std::size_t holding = 0, failing = result.node.size() - 1;
-    while (failing - holding > 1 + holding / 16 && limits.terms > 0.0)
+    if (end == remez_end_t::rounding)
+        common_log::print_trace_line(no_convergence_text);
+    if (end == remez_end_t::work || end == remez_end_t::passes)
     {
-        const std::size_t cosines = (holding + failing) / 2;
-        remez_result_t shorter = run_remez_exchange(problem.grid, problem.desired, problem.weight, cosines, limits);
-        limits.terms -= shorter.terms;
-        const bool holds = shorter.end != remez_end_t::work && is_sound(problem, shorter);
-        (holds ? holding : failing) = cosines;
-        if (holds)
-            result = std::move(shorter);
-    }
-    return holding > 0;
-}
-
-void report_end(const remez_result_t& result)
-{
-    switch (result.end)
-    {
-    case remez_end_t::rounding:
-        common_log::print_trace_line("2 次迭代后未能收敛。这可能是机器舍入误差导致的。如果迭代次数超过 3 "
-                                     "次，设计可能是正确的，但应该用 FFT 进行验证。");
-        break;
-    case remez_end_t::work:
-        DMA_LOG_INFO(fmt::format("lib_fir_designer_t::_remez_iteration: stopped for its work after {} passes; the filter is not "
-                                 "the best one.\n",
-                                 result.passes));
-        break;
-    case remez_end_t::passes:
-        DMA_LOG_INFO(fmt::format("lib_fir_designer_t::_remez_iteration: stopped after {} passes; the filter is not the best "
-                                 "one.\n",
-                                 result.passes));
-        break;
-    case remez_end_t::settled:
-    case remez_end_t::no_grid:
-        break;
+        DMA_LOG_INFO(fmt::format(
+            "lib_fir_designer_t::_remez_iteration: stopped after {} passes; the filter is not the best one.\n", passes));
     }
 }
 
@@ -396,23 +320,22 @@ bool lib_fir_designer_t::_remez_iteration(std::uint32_t order, double_array& gri
     divide_by_fixed_factor(grid, negative, odd, desired, weight);
 
     const std::size_t cosines = count_cosines(order, negative, odd);
-    remez_result_t result = run_remez_exchange(grid, desired, weight, cosines);
-    deviation = result.deviation;
-    if (result.end == remez_end_t::no_grid)
+    const sound_exchange_t exchange = run_sound_exchange({ grid, frequencies, desired, weight, negative, odd }, cosines);
+    report_end(exchange.end, exchange.passes);
+    if (!exchange.is_useful)
         return false;
-    report_end(result);
-    const exchange_problem_t problem = { grid, frequencies, desired, weight, negative, odd };
-    const bool is_complete = result.end == remez_end_t::settled || result.end == remez_end_t::rounding;
-    if (is_complete && !is_sound(problem, result) && shorten(problem, result))
+
+    remez_result_t last = exchange.last;
+    deviation = last.deviation;
+    const std::size_t left_out = cosines + 1 - last.node.size();
+    if (left_out > 0)
     {
-        deviation = result.deviation;
         DMA_LOG_INFO(fmt::format("lib_fir_designer_t::_remez_iteration: rounding leaves nothing of order {}; the outer {} taps "
                                  "on either side are 0.\n",
-                                 order, cosines + 1 - result.node.size()));
+                                 order, left_out));
     }
-    const std::size_t kept = result.node.size() - 1;
-    _equiripple_method_ifft(grid, frequencies, result.node_weight, result.node, result.value, negative, odd, coefficients);
-    coefficients.insert(coefficients.begin(), cosines - kept, 0.0f);
+    _equiripple_method_ifft(grid, frequencies, last.node_weight, last.node, last.value, negative, odd, coefficients);
+    coefficients.insert(coefficients.begin(), left_out, 0.0f);
     return true;
 }
 

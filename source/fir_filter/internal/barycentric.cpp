@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstring>
 #include <limits>
 #include <vector>
 
@@ -13,87 +12,103 @@ namespace vrim::fir_filter_lib
 {
 namespace
 {
-constexpr std::size_t product_lanes = 16;
+constexpr std::size_t lanes = 8;
+using lane_t = double __attribute__((vector_size(lanes * sizeof(double))));
+/// The same at any address of an array.
+using array_lane_t = double __attribute__((vector_size(lanes * sizeof(double)), aligned(sizeof(double)), may_alias));
 
-/// Products of 2 (at[lane] - x[j]) over j = offset, offset + spacing, ... for all lanes side by side, factors of 0 left out.
+constexpr std::size_t product_lanes = 4 * lanes;
+
+/// Multiplies `product` by the product of at[lane] - x[j] over j = offset, offset + spacing, ..., factors of 0 left out.
+/// Four chains of multiplications run side by side.
 DMA_VECTOR_CLONES
-void cal_group_products(const double* x, std::size_t count, std::size_t offset, std::size_t spacing, const double* at,
-                        double* product)
+void multiply_by_group(const double* x, std::size_t count, std::size_t offset, std::size_t spacing, const double* at,
+                       double* product)
 {
-    double running[product_lanes];
-    for (std::size_t lane = 0; lane < product_lanes; ++lane)
-        running[lane] = 1.0;
+    const auto* place = reinterpret_cast<const array_lane_t*>(at);
+    const lane_t p0 = place[0], p1 = place[1], p2 = place[2], p3 = place[3];
+    const lane_t one = 1.0 - lane_t{};
+    lane_t g0 = one, g1 = one, g2 = one, g3 = one;
     for (std::size_t j = offset; j < count; j += spacing)
     {
-        const double other = x[j];
-        for (std::size_t lane = 0; lane < product_lanes; ++lane)
-        {
-            const double factor = 2.0 * (at[lane] - other);
-            running[lane] *= factor == 0.0 ? 1.0 : factor;
-        }
+        const lane_t d0 = p0 - x[j], d1 = p1 - x[j], d2 = p2 - x[j], d3 = p3 - x[j];
+        g0 *= d0 == 0.0 ? one : d0;
+        g1 *= d1 == 0.0 ? one : d1;
+        g2 *= d2 == 0.0 ? one : d2;
+        g3 *= d3 == 0.0 ? one : d3;
     }
-    for (std::size_t lane = 0; lane < product_lanes; ++lane)
-        product[lane] = running[lane];
+    auto* out = reinterpret_cast<array_lane_t*>(product);
+    out[0] *= g0;
+    out[1] *= g1;
+    out[2] *= g2;
+    out[3] *= g3;
 }
 
-/// A product whose range is not that of a double. Powers of two move to the exponent only where they have to, so that
-/// products in range keep their bits.
-struct scaled_product_t
+/// Products of node differences, whose range is not that of a double. Powers of two move to the exponents only where they
+/// have to, so that products in range keep their bits.
+struct product_block_t
 {
-    double mantissa = 1.0;
-    int exponent = 0;
+    std::array<double, product_lanes> mantissa;
+    std::array<int, product_lanes> exponent;
 
-    void multiply(double factor)
+    void keep_in_range()
     {
-        // Sixteen factors that are not 0 stay above 1e-260.
+        // The next group has at most sixteen factors, which are not 0 and so above 1e-16 each.
         constexpr double largest = 1.0e40, smallest = 1.0e-40;
-        mantissa *= factor;
-        const double magnitude = std::abs(mantissa);
-        if (magnitude > largest || magnitude < smallest)
+        for (std::size_t lane = 0; lane < product_lanes; ++lane)
         {
-            int moved = 0;
-            mantissa = std::frexp(mantissa, &moved);
-            exponent += moved;
+            const double magnitude = std::abs(mantissa[lane]);
+            if (magnitude > largest || magnitude < smallest)
+            {
+                int moved = 0;
+                mantissa[lane] = std::frexp(mantissa[lane], &moved);
+                exponent[lane] += moved;
+            }
         }
     }
-    double reciprocal(int common_exponent) const { return std::ldexp(1.0 / mantissa, common_exponent - exponent); }
 };
 
-using product_block_t = std::array<scaled_product_t, product_lanes>;
-
 /// Products of the differences of each place in `at` from all of `x`, group by group.
+/// @param at, x  doubled
 product_block_t cal_products(const double_array& x, std::size_t spacing, const std::array<double, product_lanes>& at)
 {
     product_block_t block;
-    std::array<double, product_lanes> group;
+    block.mantissa.fill(1.0);
+    block.exponent.fill(0);
     for (std::size_t offset = 0; offset < spacing; ++offset)
     {
-        cal_group_products(x.data(), x.size(), offset, spacing, at.data(), group.data());
-        for (std::size_t lane = 0; lane < product_lanes; ++lane)
-            block[lane].multiply(group[lane]);
+        multiply_by_group(x.data(), x.size(), offset, spacing, at.data(), block.mantissa.data());
+        block.keep_in_range();
     }
     return block;
 }
 
-constexpr std::size_t sum_lanes = 8;
-using lane_t = double __attribute__((vector_size(sum_lanes * sizeof(double))));
+double_array make_doubled(const double_array& x)
+{
+    double_array doubled(x);
+    for (double& value : doubled)
+        value *= 2.0;
+    return doubled;
+}
 
-/// Both sums of the barycentric formula at one place, in eight interleaved partial sums each.
-/// @param count  a multiple of eight
+/// Both sums of the barycentric formula at one place, in eight interleaved partial sums each. Two terms share a division,
+/// which is what the sums cost.
+/// @param count  a multiple of sixteen
 DMA_VECTOR_CLONES
 void cal_barycentric_sums(const double* node, const double* weight, const double* value, std::size_t count, double place,
                           double* sums)
 {
+    const auto* x = reinterpret_cast<const array_lane_t*>(node);
+    const auto* w = reinterpret_cast<const array_lane_t*>(weight);
+    const auto* y = reinterpret_cast<const array_lane_t*>(value);
     lane_t above = {}, below = {};
-    for (std::size_t k = 0; k < count; k += sum_lanes)
+    for (std::size_t k = 0; k < count / lanes; k += 2)
     {
-        lane_t x, w, y;
-        std::memcpy(&x, node + k, sizeof x);
-        std::memcpy(&w, weight + k, sizeof w);
-        std::memcpy(&y, value + k, sizeof y);
-        const lane_t term = w / (place - x);
-        above += term * y;
-        below += term;
+        const lane_t first = place - x[k], second = place - x[k + 1];
+        const lane_t inverse = 1.0 / (first * second);
+        const lane_t first_term = w[k] * second, second_term = w[k + 1] * first;
+        above += (first_term * y[k] + second_term * y[k + 1]) * inverse;
+        below += (first_term + second_term) * inverse;
     }
     sums[0] = ((above[0] + above[1]) + (above[2] + above[3])) + ((above[4] + above[5]) + (above[6] + above[7]));
     sums[1] = ((below[0] + below[1]) + (below[2] + below[3])) + ((below[4] + below[5]) + (below[6] + below[7]));
@@ -103,36 +118,40 @@ void cal_barycentric_sums(const double* node, const double* weight, const double
 double cal_node_weight(const double_array& x, std::size_t index, std::size_t spacing)
 {
     std::array<double, product_lanes> at;
-    at.fill(x.at(index));
-    return cal_products(x, spacing, at).front().reciprocal(0);
+    at.fill(2.0 * x.at(index));
+    const product_block_t block = cal_products(make_doubled(x), spacing, at);
+    return std::ldexp(1.0 / block.mantissa[0], -block.exponent[0]);
 }
 
 void cal_node_weights(const double_array& x, std::size_t spacing, double_array& weights)
 {
-    std::vector<scaled_product_t> products;
-    products.reserve(x.size() + product_lanes);
+    const double_array doubled = make_doubled(x);
+    weights.resize(x.size());
+    std::vector<int> exponents(x.size());
     for (std::size_t first = 0; first < x.size(); first += product_lanes)
     {
+        const std::size_t used = std::min(product_lanes, x.size() - first);
         std::array<double, product_lanes> at;
         for (std::size_t lane = 0; lane < product_lanes; ++lane)
-            at[lane] = x[std::min(first + lane, x.size() - 1)];
-        const product_block_t block = cal_products(x, spacing, at);
-        products.insert(products.end(), block.begin(), block.end());
+            at[lane] = doubled[first + std::min(lane, used - 1)];
+        const product_block_t block = cal_products(doubled, spacing, at);
+        for (std::size_t lane = 0; lane < used; ++lane)
+        {
+            weights[first + lane] = 1.0 / block.mantissa[lane];
+            exponents[first + lane] = block.exponent[lane];
+        }
     }
-    products.resize(x.size());
-
-    int common = std::numeric_limits<int>::max();
-    for (const scaled_product_t& product : products)
-        common = std::min(common, product.exponent);
-    weights.resize(x.size());
-    for (std::size_t k = 0; k < x.size(); ++k)
-        weights[k] = products[k].reciprocal(common);
+    if (weights.empty())
+        return;
+    const int common = *std::min_element(exponents.begin(), exponents.end());
+    for (std::size_t k = 0; k < weights.size(); ++k)
+        weights[k] = std::ldexp(weights[k], common - exponents[k]);
 }
 
 void interpolation_t::assign(const double_array& node, const double_array& weight, const double_array& value, std::size_t count)
 {
     // Nodes that pad to whole lanes stand off the axis and weigh nothing.
-    const std::size_t padded = (count + sum_lanes - 1) / sum_lanes * sum_lanes;
+    const std::size_t padded = (count + 2 * lanes - 1) / (2 * lanes) * (2 * lanes);
     const auto end = static_cast<std::ptrdiff_t>(count);
     node_.assign(node.begin(), node.begin() + end);
     weight_.assign(weight.begin(), weight.begin() + end);

@@ -17,7 +17,7 @@ constexpr double nan_value = std::numeric_limits<double>::quiet_NaN();
 constexpr double end_point_factor = 1.00001;
 /// Rounding of the deviation relative to the sum of its terms' magnitudes.
 constexpr double rounding_factor = 16.0 * std::numeric_limits<double>::epsilon();
-/// How many deviations that are nothing but rounding are passed over. Evenly spread extremals may start a long filter there.
+/// How many passes may have a deviation that is nothing but rounding. Evenly spread extremals may start there.
 constexpr std::uint32_t rounding_passes = 20;
 
 // ---- search of the extremals
@@ -187,6 +187,24 @@ std::vector<std::size_t> spread_evenly(std::size_t grid_points, std::size_t cosi
     return extremals;
 }
 
+/// Spreads extremals the way others lie on the same grid.
+std::vector<std::size_t> spread_like(const std::vector<std::size_t>& like, std::size_t grid_points, std::size_t cosines)
+{
+    std::vector<std::size_t> extremals(cosines + 1);
+    const double ratio = static_cast<double>(like.size() - 1) / static_cast<double>(cosines);
+    for (std::size_t k = 0; k <= cosines; ++k)
+    {
+        const double place = std::min(static_cast<double>(k) * ratio, static_cast<double>(like.size() - 1));
+        const std::size_t i = std::min(static_cast<std::size_t>(place), like.size() - 2);
+        const double part = place - static_cast<double>(i);
+        const auto between = static_cast<std::size_t>(part * static_cast<double>(like[i + 1] - like[i]) + 0.5);
+        // Rising, with room for those that follow.
+        const std::size_t least = k == 0 ? 0 : extremals[k - 1] + 1;
+        extremals[k] = std::min(std::max(like[i] + between, least), grid_points - 1 - (cosines - k));
+    }
+    return extremals;
+}
+
 struct deviation_t
 {
     double value;    ///< with its sign at the first extremal, the sign of desired minus value
@@ -223,7 +241,7 @@ deviation_t interpolate(const double_array& cosine, const double_array& desired,
 } // namespace
 
 remez_result_t run_remez_exchange(const double_array& grid, const double_array& desired, const double_array& weight,
-                                  std::size_t cosines, const remez_limits_t& limits)
+                                  std::size_t cosines, const remez_limits_t& limits, const std::vector<std::size_t>& like)
 {
     remez_result_t result;
     if (cosines == 0 || grid.size() < cosines + 1 || desired.size() != grid.size() || weight.size() != grid.size())
@@ -234,7 +252,8 @@ remez_result_t run_remez_exchange(const double_array& grid, const double_array& 
         cosine[i] = std::cos(2.0 * std::numbers::pi * grid[i]);
     error_curve_t error(cosine, desired, weight, limits.terms);
 
-    std::vector<std::size_t> extremals = spread_evenly(grid.size(), cosines);
+    std::vector<std::size_t> extremals =
+        like.size() < 2 ? spread_evenly(grid.size(), cosines) : spread_like(like, grid.size(), cosines);
     double last_deviation = -1.0;
     result.end = remez_end_t::passes;
     while (result.passes < limits.passes)
@@ -251,7 +270,9 @@ remez_result_t run_remez_exchange(const double_array& grid, const double_array& 
         last_deviation = result.deviation;
 
         error.start_pass(result);
-        const bool moved = extremal_search_t(error, extremals, deviation.value > 0.0 ? -1.0 : 1.0, result.deviation).run();
+        const bool moved = extremal_search_t(error, extremals, deviation.value > 0.0 ? -1.0 : 1.0,
+                                             std::max(result.deviation, deviation.rounding))
+                               .run();
         if (error.is_exhausted() || !moved)
         {
             result.end = error.is_exhausted() ? remez_end_t::work : remez_end_t::settled;

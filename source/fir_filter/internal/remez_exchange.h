@@ -45,8 +45,10 @@ struct remez_result_t
 /// @param desired  on the grid
 /// @param weight   on the grid, above 0
 /// @param cosines  count of cosine functions, the constant among them; the exchange has one node more
+/// @param like     extremals of another count on this grid that show how to spread the first ones; evenly with none
 /// Source: J. H. McClellan, T. W. Parks, L. R. Rabiner, "A computer program for designing optimum FIR linear phase
 /// digital filters", IEEE Trans. Audio Electroacoust. 21(6), 1973.
 remez_result_t run_remez_exchange(const double_array& grid, const double_array& desired, const double_array& weight,
-                                  std::size_t cosines, const remez_limits_t& limits = {});
+                                  std::size_t cosines, const remez_limits_t& limits = {},
+                                  const std::vector<std::size_t>& like = {});
 } // namespace vrim::fir_filter_lib

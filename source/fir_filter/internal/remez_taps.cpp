@@ -6,34 +6,27 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <limits>
 #include <numbers>
 
 namespace vrim::fir_filter_lib
 {
 namespace
 {
-/// Values of the interpolation at `count` places with angles pi * (2 k / period) on the span.
+/// Values of the interpolation at the first half of 2 count - 1 places that are spread evenly around the circle.
 double_array sample_polynomial(const double_array& node, const double_array& node_weight, const double_array& value,
                                std::size_t count, const cosine_span_t& span)
 {
-    // Next to a node its value serves. The values differ by less than 0.1 % of the deviation there: extremals are flat, by
-    // the square of their count.
-    const auto order = static_cast<double>(count);
-    const double near = std::min(1.0e-6, 0.05 / (order * order));
     const double scale = 2.0 / (span.first - span.last);
     const double shift = -(span.first + span.last) / (span.first - span.last);
 
     interpolation_t interpolation;
     interpolation.assign(node, node_weight, value, node_weight.size());
     double_array samples(count);
-    std::size_t k = 0;
     for (std::size_t i = 0; i < count; ++i)
     {
         const double angle = 2.0 * std::numbers::pi * static_cast<double>(i) / static_cast<double>(2 * count - 1);
-        const double place = (std::cos(angle) - shift) / scale;
-        while (node[k] - place > near)
-            ++k;
-        samples[i] = place - node[k] <= near ? value[k] : interpolation.at(place);
+        samples[i] = interpolation.at((std::cos(angle) - shift) / scale);
     }
     return samples;
 }
@@ -117,6 +110,16 @@ void evaluate_polynomial(const double* cosine, std::size_t count, const double* 
 }
 } // namespace
 
+cosine_span_t choose_span(const double_array& grid, const double_array& frequencies, std::size_t cosines)
+{
+    const bool whole_axis = frequencies.empty() || (frequencies.front() == 0.0 && frequencies.back() == 0.5);
+    if (whole_axis || cosines < 4 || grid.empty())
+        return {};
+    const cosine_span_t covered = { std::cos(2.0 * std::numbers::pi * grid.front()),
+                                    std::cos(2.0 * std::numbers::pi * grid.back()) };
+    return covered.first > covered.last ? covered : cosine_span_t{};
+}
+
 double_array cal_cosine_coefficients(const double_array& node, const double_array& node_weight, const double_array& value,
                                      std::size_t cosines, const cosine_span_t& span)
 {
@@ -126,11 +129,12 @@ double_array cal_cosine_coefficients(const double_array& node, const double_arra
     return map_series(series, 2.0 / (span.first - span.last), -(span.first + span.last) / (span.first - span.last));
 }
 
-bool does_follow(const double_array& cosine, const double_array& grid, const double_array& desired, const double_array& weight,
-                 const remez_result_t& result)
+response_check_t check_response(const double_array& cosine, const double_array& grid, const double_array& desired,
+                                const double_array& weight, const remez_result_t& result)
 {
     constexpr double single_precision = 1.0e-7;
     const double reach = (result.end == remez_end_t::settled ? 1.01 : 2.0) * result.deviation;
+    response_check_t check;
     std::array<double, place_lanes> place, value;
     for (std::size_t first = 0; first < grid.size(); first += place_lanes)
     {
@@ -141,12 +145,14 @@ bool does_follow(const double_array& cosine, const double_array& grid, const dou
         for (std::size_t lane = 0; lane < used; ++lane)
         {
             const std::size_t i = first + lane;
-            const double tolerance = reach / weight[i] + single_precision * (1.0 + std::abs(desired[i]));
-            if (!(std::abs(value[lane] - desired[i]) <= tolerance))
-                return false;
+            const double error = weight[i] * std::abs(value[lane] - desired[i]);
+            if (!std::isfinite(error))
+                return { false, std::numeric_limits<double>::infinity() };
+            check.error = std::max(check.error, error);
+            check.follows = check.follows && error <= reach + weight[i] * single_precision * (1.0 + std::abs(desired[i]));
         }
     }
-    return true;
+    return check;
 }
 
 double_array cal_half_taps(const double_array& cosine, bool negative, bool odd)
