@@ -125,7 +125,7 @@ TEST(FilterReport, JsonHasEveryKeyAndNullsForWhatDoesNotApply)
 TEST(FilterReport, WhatTheLibraryPrintsStaysOutOfTheReportAndBecomesANote)
 {
     // More than single-precision ripples can be told apart: the exchange ends early and says so.
-    const std::string words = "--method equiripple --edges 0.1 0.9 --order 60";
+    const std::string words = "--method equiripple --edges 0.1 0.9 --order 80";
     const tool_result_t result = run_filter(words + " --json");
     EXPECT_EQ(result.status, 0) << result.errors;
     EXPECT_EQ(result.output.front(), '{');

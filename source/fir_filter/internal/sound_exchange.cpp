@@ -120,11 +120,6 @@ sound_exchange_t run_sound_exchange(const exchange_problem_t& problem, std::size
         exchange.last = work_up.get_best();
     }
     exchange.is_useful = error < 0.99 * cal_idle_error(problem);
-    if (exchange.last.node.size() == cosines + 1)
-    {
-        exchange.end = exchange.last.end;
-        exchange.passes = exchange.last.passes;
-    }
     return exchange;
 }
 } // namespace vrim::fir_filter_lib

@@ -23,7 +23,7 @@ struct sound_exchange_t
 {
     remez_result_t last;      ///< may have fewer cosines than asked for
     bool is_useful = false;   ///< whether its taps are better than none
-    remez_end_t end;          ///< of `last`, or of the exchange over all cosines where `last` has fewer
+    remez_end_t end;          ///< of the first exchange, over all cosines
     std::uint32_t passes = 0; ///< likewise
 };
 
