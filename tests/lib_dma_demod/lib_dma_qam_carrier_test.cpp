@@ -499,7 +499,7 @@ TEST(QamRecovery, KeepsTheEarliestOfPassesThatAreAsGood)
 {
     // One strong symbol makes all others fall on the innermost points of 4096, where random phases are far off: no pass locks,
     // and the line is that of the first, through all of its track.
-    std::mt19937 generator(3);
+    std::mt19937 generator(13);
     std::uniform_real_distribution<double> angle(-pi, pi);
     point_array symbols(200);
     for (std::complex<double>& symbol : symbols)
