@@ -237,7 +237,7 @@ bool lib_dma_dpsk_demod_t::dpsk_carrier_sync(float_array& phase_line, double& re
         demod_stage::cal_carrier_track(work.sync_symbol, step, lock_level, detect);
     if (!track.locked)
         DMA_LOG_ERROR("dpsk_lock_phase_detect:error!\n");
-    common_log::print_trace_time("dpsk_carrier_sync psk_lock_phase_detect time: ", start_time);
+    common_log::print_trace_time("dpsk_carrier_sync dpsk_lock_phase_detect time: ", start_time);
     const std::uint32_t locked_point = demod_stage::cal_locked_point(track);
     common_log::print_trace_line(
         fmt::format("dpsk_carrier_sync:phase_out size = {}   locked_point = {}", track.phase.size(), locked_point));

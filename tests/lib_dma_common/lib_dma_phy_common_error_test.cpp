@@ -196,6 +196,70 @@ TEST(QuadError, OfWeakSymbolsOnTheOtherAxisIsNinetyDegrees)
     EXPECT_TRUE(std::isnan(common_t::quad_error_cal({ { 0.0f, 0.0f } }, 0.38268343f, 0.0f)));
 }
 
+TEST(QamQuadError, IsTwiceTheAngleByWhichTheMeanAmplitudesDiffer)
+{
+    // Quadrant 1: (0.2 + 0.4) / 2 = 0.3. Quadrant 2: 0.6. 2 * (45 - atan(0.5)) degrees.
+    const complex_array symbols = { polar(0.2, 30.0), polar(0.4, 60.0), polar(0.6, 135.0), polar(0.1, 200.0), polar(0.1, 300.0) };
+    const float figure = common_t::qam_quad_error_cal(LIB_DMA_QAM_16, symbols);
+    EXPECT_NEAR(figure, static_cast<float>(90.0 - 2.0 * std::atan(0.5) * 180.0 / pi), 1e-4f);
+    EXPECT_NEAR(figure, 36.8699f, 1e-3f);
+    // The other way round the sign turns.
+    const complex_array mirrored = { polar(0.6, 45.0), polar(0.3, 135.0) };
+    EXPECT_NEAR(common_t::qam_quad_error_cal(LIB_DMA_QAM_16, mirrored), -36.8699f, 1e-3f);
+    EXPECT_NEAR(common_t::qam_quad_error_cal(LIB_DMA_QAM_64, { polar(0.2, 20.0), polar(0.2, 170.0) }), 0.0f, 1e-5f);
+}
+
+TEST(QamQuadError, CountsAmplitudesBelowTheLimitOfTheFormatOnly)
+{
+    struct limit_t
+    {
+        int format;
+        double rms;
+    };
+    const limit_t limits[] = { { 0, 1.5811388 }, { 1, 2.236068 },  { 2, 3.24037 },   { 3, 4.527693 },  { 4, 6.519202 },  { 5, 9.082951 },
+                               { 6, 13.057565 }, { 7, 1.581139 }, { 8, 26.124701 }, { 9, 1.581139 }, { 10, 2.236068 }, { 11, 1.5811388 } };
+    for (const limit_t& item : limits)
+    {
+        const auto format = static_cast<lib_dma_qam_modulation_type_t>(item.format);
+        const double limit = 2.121320343559642 / item.rms;
+        const double inside = 0.9999 * limit;
+        const double outside = 1.0001 * limit;
+        const std::complex<float> first = polar(0.5 * limit, 45.0);
+        const float counted = static_cast<float>(90.0 - 2.0 * std::atan(0.5 * limit / inside) * 180.0 / pi);
+        EXPECT_NEAR(common_t::qam_quad_error_cal(format, { first, polar(inside, 135.0) }), counted, 1e-3f) << item.format;
+        EXPECT_EQ(common_t::qam_quad_error_cal(format, { first, polar(outside, 135.0) }), 0.0f) << item.format;
+    }
+}
+
+TEST(QamQuadError, IsZeroWhereAQuadrantIsEmpty)
+{
+    EXPECT_EQ(common_t::qam_quad_error_cal(LIB_DMA_QAM_16, {}), 0.0f);
+    EXPECT_EQ(common_t::qam_quad_error_cal(LIB_DMA_QAM_16, { polar(0.3, 45.0) }), 0.0f);
+    EXPECT_EQ(common_t::qam_quad_error_cal(LIB_DMA_QAM_16, { polar(0.3, 135.0) }), 0.0f);
+    // The axes belong to neither, the lower half plane has none.
+    EXPECT_EQ(common_t::qam_quad_error_cal(LIB_DMA_QAM_16, { polar(0.3, 45.0), { 0.0f, 0.3f }, { -0.3f, 0.0f }, polar(0.3, 225.0) }),
+              0.0f);
+    EXPECT_EQ(common_t::qam_quad_error_cal(LIB_DMA_QAM_16, { polar(0.3, 45.0), { nan_value, 0.3f }, { -0.3f, nan_value } }), 0.0f);
+}
+
+TEST(QamQuadError, TakesTheInnermostPointsOfASkewedSet)
+{
+    // 64QAM with the Q axis leaning by 3 degrees. The place (3, 3) of quadrant 1 falls below the limit, that of quadrant 2 above.
+    const double unit = 1.0 / std::sqrt(42.0);
+    const double skew = 3.0 * pi / 180.0;
+    complex_array symbols;
+    for (int i = -7; i <= 7; i += 2)
+    {
+        for (int q = -7; q <= 7; q += 2)
+            symbols.emplace_back(static_cast<float>(unit * (i - q * std::sin(skew))), static_cast<float>(unit * q * std::cos(skew)));
+    }
+    const auto amplitude = [skew](double i, double q) { return std::sqrt(i * i + q * q - 2.0 * i * q * std::sin(skew)); };
+    const double first = (amplitude(1, 1) + amplitude(1, 3) + amplitude(3, 1) + amplitude(3, 3)) / 4.0;
+    const double second = (amplitude(-1, 1) + amplitude(-1, 3) + amplitude(-3, 1)) / 3.0;
+    EXPECT_NEAR(common_t::qam_quad_error_cal(LIB_DMA_QAM_64, symbols),
+                static_cast<float>(90.0 - 2.0 * std::atan(first / second) * 180.0 / pi), 1e-3f);
+}
+
 TEST(ApskQuadError, ComparesTheMeanPowersOfTwoClasses)
 {
     // Amplitudes 0.3 and 0.5: x = 2 / (25 / 9 + 1) - 1 = -8 / 17.

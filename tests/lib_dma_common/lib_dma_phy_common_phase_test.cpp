@@ -10,6 +10,7 @@
 #include <numbers>
 #include <random>
 #include <stdexcept>
+#include <vector>
 
 using namespace vrim;
 using namespace vrim::dma_demod_lib;
@@ -316,6 +317,81 @@ TEST(FinePhaseFit, OfOneSymbolGivesNoNumber)
     EXPECT_TRUE(std::isnan(frequency));
     ASSERT_EQ(meas.size(), 8u);
     EXPECT_TRUE(std::isnan(meas[3].real()));
+}
+
+namespace
+{
+/// Symbols at one sample each: levels 0 and 1 as the bits say, turned by slope * i + intercept.
+complex_array make_keyed_symbols(const std::vector<int>& bits, double slope, double intercept)
+{
+    complex_array symbols;
+    for (std::size_t i = 0; i < bits.size(); ++i)
+        symbols.emplace_back(static_cast<double>(bits[i]) * std::polar(1.0, slope * static_cast<double>(i) + intercept));
+    return symbols;
+}
+} // namespace
+
+TEST(FinePhaseFit, OfAskLeavesSymbolsAtLevelZeroOut)
+{
+    std::mt19937 generator(12);
+    std::vector<int> bits(300);
+    for (int& bit : bits)
+        bit = static_cast<int>(generator() >> 31);
+    const complex_array ref = make_keyed_symbols(bits, 0.0, 0.0);
+    const complex_array clean = make_keyed_symbols(bits, 0.001, 0.2);
+    complex_array meas = clean;
+    for (std::size_t i = 0; i < meas.size(); ++i)
+    {
+        if (bits[i] == 0)
+            meas[i] = std::complex<float>(std::polar(1e-4, 1.0)); // of another phase than the line
+    }
+    // Turned by the line that went in, not by one that the empty symbols pull at.
+    double frequency = 0.0;
+    complex_array ask = meas;
+    common_t::deal_fine_phase_fit(LIB_DMA_GROUP_ASK, ask, ref, frequency, 1'000'000, 0, 1);
+    EXPECT_NEAR(frequency, 0.001 * 1e6 / (2.0 * pi), 0.05);
+    for (std::size_t i = 0; i < ask.size(); ++i)
+        EXPECT_NEAR(std::abs(std::complex<double>(ask[i]) - static_cast<double>(bits[i])), 0.0, 2e-4) << i;
+    // Another group takes them: the phase of meas times 0 is 0.
+    double pulled = 0.0;
+    common_t::deal_fine_phase_fit(LIB_DMA_GROUP_PSK, meas, ref, pulled, 1'000'000, 0, 1);
+    EXPECT_GT(std::abs(pulled - frequency), 5.0);
+}
+
+TEST(FinePhaseFit, OfAskKeepsSymbolsFromAThousandthOfTheRmsOn)
+{
+    // Rms of the reference: sqrt((1 + level^2) / 2). A level just above the limit counts as much as any other.
+    for (const bool counts : { false, true })
+    {
+        const double level = (counts ? 1.001e-3 : 0.999e-3) * std::sqrt(0.5);
+        complex_array ref;
+        complex_array meas;
+        for (std::size_t i = 0; i < 200; ++i)
+        {
+            const bool low = i % 2 == 1;
+            ref.emplace_back(static_cast<float>(low ? level : 1.0), 0.0f);
+            meas.emplace_back(low ? std::polar(level, 0.6) : std::polar(1.0, 0.2));
+        }
+        double frequency = 0.0;
+        common_t::deal_fine_phase_fit(LIB_DMA_GROUP_ASK, meas, ref, frequency, 1'000'000, 0, 1);
+        // Taken out of the high symbols: their own 0.2, or the mean of both, 0.4.
+        EXPECT_NEAR(std::arg(std::complex<double>(meas[100])), counts ? -0.2 : 0.0, 2e-3);
+    }
+}
+
+TEST(FinePhaseFit, OfAskOnLevelsAboveZeroIsTheLineThroughAll)
+{
+    std::vector<int> bits(200, 1);
+    const complex_array ref = make_keyed_symbols(bits, 0.0, 0.0);
+    complex_array meas = make_keyed_symbols(bits, -0.002, 0.3);
+    complex_array other = meas;
+    double frequency = 0.0;
+    double other_frequency = 0.0;
+    common_t::deal_fine_phase_fit(LIB_DMA_GROUP_ASK, meas, ref, frequency, 500'000, 0, 1);
+    common_t::deal_fine_phase_fit(LIB_DMA_GROUP_QAM, other, ref, other_frequency, 500'000, 0, 1);
+    EXPECT_EQ(meas, other);
+    EXPECT_EQ(frequency, other_frequency);
+    EXPECT_NEAR(frequency, -0.002 * 5e5 / (2.0 * pi), 0.05);
 }
 
 TEST(WrapToPi, BringsAnglesIntoOneTurn)

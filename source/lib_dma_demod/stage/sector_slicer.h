@@ -50,7 +50,7 @@ inline std::complex<float> slice_8_sectors(std::complex<float> point, float rota
 inline std::complex<float> slice_16_sectors(std::complex<float> point, float rotation)
 {
     return slice_sector<8>(point, rotation,
-                           { 0.19634955f, 0.58904862f, 0.98174769f, 1.3744468f, 1.7671459f, 2.159845f, 2.552544f, 2.9452431f },
+                           { 0.19634955f, 0.58904862f, 0.98174769f, 1.3744468f, 1.7671459f, 2.1598449f, 2.552544f, 2.9452431f },
                            0.3926991f);
 }
 } // namespace vrim::dma_demod_lib::demod_stage

@@ -1,0 +1,573 @@
+#include "lib_dma_demod/lib_dma_qam_demod.h"
+
+#include "lib_dma_demod/demod_run.h"
+#include "lib_dma_demod/stage/carrier_track.h"
+#include "lib_dma_common/reference_constellation.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <complex>
+#include <random>
+#include <utility>
+#include <vector>
+
+using namespace vrim;
+using namespace vrim::dma_demod_lib;
+using namespace demod_test;
+using common_log::log_level_error;
+using common_log::log_level_info;
+
+namespace
+{
+constexpr const char* first_step = "qam_carrier_coarse_syn first step!\n";
+constexpr const char* second_step = "qam_carrier_coarse_syn second step!\n";
+constexpr const char* third_step = "qam_carrier_coarse_syn third step,FreqErr = %.5f!\n"; // the text as it stands
+constexpr const char* fourth_step = "qam_carrier_coarse_syn fourth step!\n";
+
+lib_dma_qam_modulation_type_t to_format(std::uint32_t value)
+{
+    return static_cast<lib_dma_qam_modulation_type_t>(value);
+}
+
+point_array make_set(std::uint32_t format)
+{
+    constellation_map map;
+    make_qam_points(to_format(format), map, common_lib::constellation_normalize_rms);
+    return get_points(map);
+}
+
+double get_turn(std::uint32_t format)
+{
+    return format == 9 ? pi / 4.0 : format == 10 ? -pi / 4.0 : 0.0;
+}
+
+/// Nearest point by walking.
+std::complex<double> decide(const point_array& points, std::complex<double> value)
+{
+    return *std::min_element(points.begin(), points.end(), [value](std::complex<double> a, std::complex<double> b)
+                             { return std::norm(a - value) < std::norm(b - value); });
+}
+
+double wrap(double angle)
+{
+    return std::remainder(angle, 2.0 * pi);
+}
+
+struct track_t
+{
+    std::vector<double> phase;
+    std::vector<double> frequency;
+    std::vector<double> gain;
+};
+
+/// The loop written out in double, without its lock decision.
+track_t run_loop(std::uint32_t format, const complex_array& symbols, double phase, double frequency, double ki, double kp,
+                 double memory, double update)
+{
+    const point_array points = make_set(format);
+    const double turn = get_turn(format);
+    const std::size_t n = symbols.size();
+    const std::complex<double> last(symbols[n - 1]);
+    if (phase == 0.0)
+        phase = std::arg(decide(points, last));
+    phase -= std::arg(last);
+    double gain = 1.0;
+    for (std::size_t i = n; i-- > 0;)
+    {
+        const std::complex<double> s(symbols[i]);
+        phase += turn - frequency;
+        if (gain > 1.05 || gain < 0.95)
+            gain = 1.0;
+        const double w = phase + std::arg(s);
+        const std::complex<double> d = decide(points, std::polar(std::abs(s), w));
+        const double error = wrap(std::arg(d) - w);
+        frequency -= error * ki;
+        phase += error * kp;
+        gain = std::abs(d) / std::abs(s) * update + gain * memory;
+    }
+    // The loop counts whole turns only where it takes them out; what it started from is within half a turn.
+    track_t track;
+    for (std::size_t i = 0; i < n; ++i)
+    {
+        const std::complex<double> s(symbols[i]);
+        phase += frequency - turn;
+        const double w = phase + std::arg(s);
+        const std::complex<double> d = decide(points, std::polar(std::abs(s) * gain, w));
+        const double error = wrap(std::arg(d) - w);
+        frequency += error * ki;
+        phase += error * kp;
+        gain = std::abs(d) / std::abs(s) * update + gain * memory;
+        track.phase.push_back(phase);
+        track.frequency.push_back(frequency);
+        track.gain.push_back(gain);
+    }
+    return track;
+}
+
+/// A demodulator whose timed signal holds the symbols, 8 samples each.
+struct recovery_run_t
+{
+    recovery_run_t(std::uint32_t format, const point_array& symbols)
+    {
+        demod.qam_format = to_format(format);
+        demod.setting.pre_num = 16;
+        demod.setting.sps = 8;
+        demod.setting.symbol_rate = 1000000;
+        demod.work.timing_data = hold(symbols, 8);
+    }
+
+    bool run() { return demod.qam_carrier_recovery_new(line, frequency, fit); }
+
+    lib_dma_qam_demod_t demod;
+    float_array line;
+    float_array fit;
+    double frequency = 7.0;
+};
+
+/// Data that hold a lock over about the first `share` of the block; random phases behind.
+point_array make_partly_clean(std::uint32_t format, std::size_t count, double share, unsigned seed)
+{
+    const point_array points = make_set(format);
+    point_array symbols = map_points(make_indices(count, static_cast<std::uint32_t>(points.size()), seed), points, get_turn(format));
+    std::mt19937 generator(seed + 1);
+    std::uniform_real_distribution<double> angle(-pi, pi);
+    for (std::size_t i = static_cast<std::size_t>(share * static_cast<double>(count)); i < count; ++i)
+        symbols[i] *= std::polar(1.0, angle(generator));
+    return symbols;
+}
+
+struct gain_row_t
+{
+    std::array<std::pair<float, float>, 4> pass; // kp, ki
+    float lock_level;
+};
+
+gain_row_t get_gains(std::uint32_t format)
+{
+    switch (format)
+    {
+    case 1:
+    case 10:
+        return { { { { 0.5f, 0.007f }, { 0.45f, 0.007f }, { 0.5f, 0.007f }, { 0.45f, 0.007f } } }, 0.15f };
+    case 2:
+        return { { { { 0.4f, 0.006f }, { 0.45f, 0.007f }, { 0.4f, 0.006f }, { 0.6f, 0.004f } } }, 0.115f };
+    case 3:
+        return { { { { 0.4f, 0.006f }, { 0.45f, 0.003f }, { 0.4f, 0.006f }, { 0.45f, 0.003f } } }, 0.09f };
+    case 4:
+        return { { { { 0.25f, 0.006f }, { 0.2f, 0.003f }, { 0.25f, 0.006f }, { 0.2f, 0.003f } } }, 0.08f };
+    case 5:
+        return { { { { 0.15f, 0.006f }, { 0.15f, 0.003f }, { 0.2f, 0.006f }, { 0.15f, 0.003f } } }, 0.08f };
+    case 6:
+        return { { { { 0.15f, 0.006f }, { 0.2f, 0.003f }, { 0.3f, 0.006f }, { 0.4f, 0.003f } } }, 0.08f };
+    case 7:
+    case 8:
+        return { { { { 0.15f, 0.006f }, { 0.2f, 0.003f }, { 0.3f, 0.006f }, { 0.4f, 0.003f } } }, 0.07f };
+    default:
+        return { { { { 0.5f, 0.009f }, { 0.55f, 0.005f }, { 0.5f, 0.009f }, { 0.55f, 0.005f } } }, 0.2f };
+    }
+}
+
+/// What the search has to say and to choose, from passes of the public operation.
+struct expected_search_t
+{
+    explicit expected_search_t(lib_dma_qam_demod_t& demod, std::uint32_t format)
+    {
+        const gain_row_t gains = get_gains(format);
+        std::array<carrier_syn_info_t, 4> pass;
+        for (std::size_t i = 0; i < 4; ++i)
+            pass[i] = demod.qam_carrier_coarse_syn(0.0f, 0.0f, gains.pass[i].second, gains.pass[i].first, 0.95f, 0.05f,
+                                                   gains.lock_level);
+        std::size_t first = 0;
+        ratio = pass[0].lock_ratio;
+        second_runs = pass[0].lock_ratio < 0.5f;
+        if (second_runs && pass[1].lock_ratio > pass[0].lock_ratio)
+            first = 1;
+        chosen = first;
+        third_runs = pass[first].lock_ratio < 0.75f;
+        if (third_runs)
+        {
+            double sum = 0.0;
+            for (std::size_t i = 0; i < pass[2].lock_len; ++i)
+                sum += static_cast<double>(pass[2].frequency_track[pass[2].lock_start + i]);
+            const double mean = pass[2].lock_len == 0 ? 0.0 : sum / pass[2].lock_len;
+            fourth_runs = mean > 0.00012207031 || pass[2].lock_ratio < 0.5f;
+            const std::size_t second = fourth_runs && pass[3].lock_ratio > pass[2].lock_ratio ? 3 : 2;
+            if (pass[second].lock_ratio > pass[first].lock_ratio)
+                chosen = second;
+        }
+        fit_line(pass[chosen]);
+    }
+
+    void fit_line(const carrier_syn_info_t& pass)
+    {
+        double n = 0.0, sx = 0.0, sy = 0.0, sxx = 0.0, sxy = 0.0;
+        for (std::size_t i = pass.lock_start; i < pass.phase_track.size(); ++i)
+        {
+            const double x = static_cast<double>(i);
+            const double y = -static_cast<double>(pass.phase_track[i]);
+            n += 1.0;
+            sx += x;
+            sy += y;
+            sxx += x * x;
+            sxy += x * y;
+        }
+        slope = (sxy - sx * sy / n) / (sxx - sx * sx / n);
+        intercept = (sy - slope * sx) / n;
+    }
+
+    float ratio = 0.0f;
+    bool second_runs = false;
+    bool third_runs = false;
+    bool fourth_runs = false;
+    std::size_t chosen = 0;
+    double slope = 0.0;
+    double intercept = 0.0;
+};
+} // namespace
+
+TEST(QamLoop, FollowsTheLoopInDouble)
+{
+    struct loop_case_t
+    {
+        std::uint32_t format;
+        double phase, frequency, ki, kp, noise;
+    };
+    const loop_case_t cases[] = { { 0, 0.0, 0.0, 0.009, 0.5, 0.03 },    { 0, 0.3, 0.002, 0.005, 0.55, 0.05 },
+                                  { 1, 0.0, -0.001, 0.007, 0.5, 0.02 }, { 4, 0.0, 0.0, 0.006, 0.25, 0.005 },
+                                  { 9, 0.0, 0.0, 0.009, 0.5, 0.03 },    { 10, 0.0, 0.001, 0.007, 0.45, 0.02 } };
+    for (const loop_case_t& item : cases)
+    {
+        const point_array points = make_set(item.format);
+        const point_array clean = map_points(make_indices(300, static_cast<std::uint32_t>(points.size())), points,
+                                             get_turn(item.format) + 1e-4, 0.01);
+        std::mt19937 generator(5);
+        std::normal_distribution<double> part(0.0, item.noise);
+        lib_dma_qam_demod_t demod;
+        demod.qam_format = to_format(item.format);
+        for (const std::complex<double>& symbol : clean)
+        {
+            const double re = part(generator);
+            demod.work.sync_symbol.emplace_back(0.98 * symbol + std::complex<double>(re, part(generator)));
+        }
+        const carrier_syn_info_t info =
+            demod.qam_carrier_coarse_syn(static_cast<float>(item.phase), static_cast<float>(item.frequency),
+                                         static_cast<float>(item.ki), static_cast<float>(item.kp), 0.95f, 0.05f, 0.2f);
+        const track_t track = run_loop(item.format, demod.work.sync_symbol, static_cast<double>(static_cast<float>(item.phase)),
+                                       static_cast<double>(static_cast<float>(item.frequency)), item.ki, item.kp, 0.95, 0.05);
+        ASSERT_EQ(info.phase_track.size(), 300u);
+        ASSERT_EQ(info.gain_track.size(), 300u);
+        ASSERT_EQ(info.frequency_track.size(), 300u);
+        for (std::size_t i = 0; i < 300; ++i)
+        {
+            ASSERT_NEAR(wrap(static_cast<double>(info.phase_track[i]) - track.phase[i]), 0.0, 2e-4) << item.format << ", " << i;
+            ASSERT_NEAR(static_cast<double>(info.frequency_track[i]), track.frequency[i], 5e-6) << item.format << ", " << i;
+            ASSERT_NEAR(static_cast<double>(info.gain_track[i]), track.gain[i], 2e-5) << item.format << ", " << i;
+        }
+    }
+}
+
+TEST(QamLoop, NeverWrapsItsTrack)
+{
+    // Open: the phase goes on by the frequency alone, and came back by as much before.
+    lib_dma_qam_demod_t demod;
+    demod.work.sync_symbol = narrow(map_points(make_indices(200, 16), make_set(0)));
+    const carrier_syn_info_t info = demod.qam_carrier_coarse_syn(0.4f, 0.5f, 0.0f, 0.0f, 1.0f, 0.0f, 0.2f);
+    const double start = static_cast<double>(0.4f) - std::arg(std::complex<double>(demod.work.sync_symbol.back()));
+    for (std::size_t i = 0; i < 200; ++i)
+    {
+        const double wanted = start - 0.5 * 200.0 + 0.5 * static_cast<double>(i + 1);
+        ASSERT_NEAR(static_cast<double>(info.phase_track[i]), wanted, 1e-3) << i;
+        ASSERT_EQ(info.frequency_track[i], 0.5f);
+        ASSERT_EQ(info.gain_track[i], 1.0f);
+    }
+}
+
+TEST(QamLoop, TurnsForwardAgainstItsTurnBackward)
+{
+    // Open, and with no frequency: after the two passes the phase is where it began.
+    for (const std::uint32_t format : { 9u, 10u })
+    {
+        lib_dma_qam_demod_t demod;
+        demod.qam_format = to_format(format);
+        demod.work.sync_symbol.assign(50, { 1.0f, 0.0f });
+        const carrier_syn_info_t info = demod.qam_carrier_coarse_syn(0.4f, 0.0f, 0.0f, 0.0f, 1.0f, 0.0f, 0.2f);
+        EXPECT_NEAR(info.phase_track.back(), 0.4f, 1e-4f) << format;
+        const double step = format == 9 ? -pi / 4.0 : pi / 4.0;
+        for (std::size_t i = 1; i < 50; ++i)
+            ASSERT_NEAR(static_cast<double>(info.phase_track[i] - info.phase_track[i - 1]), step, 1e-5) << format;
+    }
+}
+
+TEST(QamLoop, TakesTheLastSymbolsDecisionForItsStart)
+{
+    lib_dma_qam_demod_t demod;
+    const point_array points = make_set(0);
+    demod.work.sync_symbol = narrow(map_points(make_indices(40, 16), points, 0.0, 0.1));
+    const carrier_syn_info_t info = demod.qam_carrier_coarse_syn(1e-9f, 0.0f, 0.0f, 0.0f, 1.0f, 0.0f, 0.2f);
+    for (const float phase : info.phase_track)
+        ASSERT_NEAR(phase, -0.1f, 1e-6f);
+}
+
+namespace
+{
+/// 16QAM symbols whose phase errors are those given, seen by an open loop at phase 0.
+carrier_syn_info_t run_open(const std::vector<double>& errors, float lock_level)
+{
+    lib_dma_qam_demod_t demod;
+    const point_array points = make_set(0);
+    const index_array indices = make_indices(errors.size(), 16);
+    for (std::size_t i = 0; i < errors.size(); ++i)
+        demod.work.sync_symbol.emplace_back(points[indices[i]] * std::polar(1.0, errors[i]));
+    const float phase = std::arg(demod.work.sync_symbol.back());
+    return demod.qam_carrier_coarse_syn(phase, 0.0f, 0.0f, 0.0f, 1.0f, 0.0f, lock_level);
+}
+} // namespace
+
+TEST(QamLoop, IsLockedFromTheFirstCleanSymbolOn)
+{
+    const carrier_syn_info_t info = run_open(std::vector<double>(60, 0.0), 0.2f);
+    EXPECT_EQ(info.lock_start, 0u);
+    EXPECT_EQ(info.lock_len, 60u);
+    EXPECT_EQ(info.lock_ratio, 1.0f);
+}
+
+TEST(QamLoop, BeginsItsSumOfErrorsAtOne)
+{
+    // 1 is not below 0.05 * 18; it is below 0.06 * 18, and stays in the sum for good.
+    const carrier_syn_info_t low = run_open(std::vector<double>(60, 0.0), 0.05f);
+    EXPECT_EQ(low.lock_start, 0u);
+    EXPECT_EQ(low.lock_len, 0u);
+    EXPECT_EQ(low.lock_ratio, 0.0f);
+    EXPECT_EQ(run_open(std::vector<double>(60, 0.0), 0.06f).lock_len, 60u);
+    // Errors of 0.01: 1 + 0.01 * 8 passes below 1.08 no more from the eighth on.
+    const std::uint32_t length = run_open(std::vector<double>(60, 0.01), 0.06f).lock_len;
+    EXPECT_TRUE(length == 7 || length == 8) << length;
+    EXPECT_EQ(run_open(std::vector<double>(60, 0.01), 0.07f).lock_len, 60u); // 1.18 is below 1.26
+}
+
+TEST(QamLoop, TakesTheLongestRunOfTheLock)
+{
+    std::vector<double> errors(100, 0.0);
+    errors[40] = -0.1; // 18 symbols out of lock
+    const carrier_syn_info_t later = run_open(errors, 0.06f);
+    EXPECT_EQ(later.lock_start, 58u);
+    EXPECT_EQ(later.lock_len, 42u);
+    EXPECT_FLOAT_EQ(later.lock_ratio, 0.42f);
+    errors[40] = 0.0;
+    errors[41] = 0.1; // 41 on either side
+    const carrier_syn_info_t equal = run_open(errors, 0.06f);
+    EXPECT_EQ(equal.lock_start, 0u);
+    EXPECT_EQ(equal.lock_len, 41u);
+}
+
+TEST(QamLoop, KeepsItsGainAtASymbolWithoutAmplitude)
+{
+    lib_dma_qam_demod_t demod;
+    demod.work.sync_symbol = narrow(map_points(make_indices(60, 16), make_set(0)));
+    for (std::complex<float>& symbol : demod.work.sync_symbol)
+        symbol *= 0.9f;
+    demod.work.sync_symbol[30] = { 0.0f, 0.0f };
+    const carrier_syn_info_t info = demod.qam_carrier_coarse_syn(0.0f, 0.0f, 0.009f, 0.5f, 0.95f, 0.05f, 0.2f);
+    EXPECT_EQ(info.gain_track[30], info.gain_track[29]);
+    EXPECT_NE(info.gain_track[31], info.gain_track[30]);
+    EXPECT_NEAR(info.gain_track.back(), 1.0f / 0.9f, 0.02f);
+    for (const float gain : info.gain_track)
+        EXPECT_TRUE(std::isfinite(gain));
+}
+
+TEST(QamLoop, OfNothingIsEmpty)
+{
+    lib_dma_qam_demod_t demod;
+    const carrier_syn_info_t info = demod.qam_carrier_coarse_syn(0.0f, 0.0f, 0.009f, 0.5f, 0.95f, 0.05f, 0.2f);
+    EXPECT_TRUE(info.phase_track.empty());
+    EXPECT_EQ(info.lock_ratio, 0.0f);
+    EXPECT_EQ(info.lock_len, 0u);
+}
+
+TEST(QamLoop, WithoutPointsSaysSoAndEnds)
+{
+    lib_dma_qam_demod_t demod;
+    demod.qam_format = LIB_DMA_DVB_QAM_64;
+    demod.work.sync_symbol.assign(40, { 0.7f, 0.7f });
+    const log_capture_t log;
+    const trace_capture_t trace;
+    const carrier_syn_info_t info = demod.qam_carrier_coarse_syn(0.0f, 0.0f, 0.009f, 0.5f, 0.95f, 0.05f, 0.2f);
+    EXPECT_GE(log.count(log_level_error, "lib_dma_qam_demod_t::qam_judge error!\n"), 1);
+    EXPECT_EQ(info.phase_track.size(), 40u);
+}
+
+TEST(QamRecovery, OfACleanSignalStopsAfterItsFirstPass)
+{
+    // Radians within which dense sets are decided aright: half a unit at their corner.
+    const double phases[] = { 0.3, 0.2, 0.1, 0.08, 0.05, 0.03, 0.02, 0.015, 0.01, 0.3, 0.2 };
+    for (std::uint32_t format = 0; format <= 10; ++format)
+    {
+        const point_array points = make_set(format);
+        const double step = 1e-5; // radians per symbol
+        const point_array symbols = map_points(make_indices(1200, static_cast<std::uint32_t>(points.size())), points,
+                                               get_turn(format) + step, phases[format] / 2.0);
+        recovery_run_t run(format, symbols);
+        const log_capture_t log;
+        ASSERT_TRUE(run.run());
+        EXPECT_EQ(log.count(log_level_info, first_step), 1) << format;
+        EXPECT_EQ(log.get_records().size(), 1u) << format;
+        ASSERT_EQ(run.line.size(), 1196u);
+        EXPECT_NEAR(static_cast<double>(run.fit.at(0)), get_turn(format) + step, 2e-5) << format;
+        EXPECT_NEAR(run.frequency, step * 1e6 / (2.0 * pi), 5.0) << format;
+        // The line is the carrier's, but for quarter turns; it counts from the first symbol behind the run-in of 2.
+        const double start = phases[format] / 2.0 + 2.0 * (get_turn(format) + step);
+        const double off = fold_angle(static_cast<double>(run.fit.at(1)) - start, pi / 2.0);
+        EXPECT_NEAR(off, 0.0, 0.01) << format;
+        // The symbols come back standing: at their points, but for a common quarter turn.
+        const double turned = static_cast<double>(run.fit.at(1)) - start - off;
+        for (std::size_t i = 0; i < run.line.size(); i += 97)
+        {
+            const std::complex<double> sent = symbols[i + 2] * std::polar(1.0, -(get_turn(format) + step) * static_cast<double>(i + 2));
+            const std::complex<double> wanted = sent * std::polar(1.0, -phases[format] / 2.0 - turned);
+            EXPECT_TRUE(is_near(run.demod.work.sync_symbol[i], wanted, 0.05)) << format << ", " << i;
+        }
+    }
+}
+
+TEST(QamRecovery, FindsAFrequencyOfEitherSign)
+{
+    for (const std::uint32_t format : { 0u, 1u, 2u, 9u, 10u })
+    {
+        for (const double hertz : { 300.0, -300.0 })
+        {
+            const point_array points = make_set(format);
+            const double step = 2.0 * pi * hertz / 1e6;
+            recovery_run_t run(format, map_points(make_indices(1500, static_cast<std::uint32_t>(points.size())), points,
+                                                  get_turn(format) + step, 0.1));
+            ASSERT_TRUE(run.run());
+            EXPECT_NEAR(run.frequency, hertz, 15.0) << format;
+        }
+    }
+}
+
+TEST(QamRecovery, ChoosesAmongItsPassesByTheirLock)
+{
+    int seconds = 0, thirds = 0, fourths = 0, changes = 0;
+    for (std::uint32_t format = 0; format <= 11; ++format)
+    {
+        const std::uint32_t set = format == 11 ? 0 : format;
+        for (const double share : { 0.95, 0.62, 0.35, 0.0 })
+        {
+            recovery_run_t run(format, make_partly_clean(set, 500, share, 100 + format));
+            lib_dma_qam_demod_t other;
+            other.qam_format = to_format(format);
+            demod_stage::deal_carrier_symbols(run.demod.work.timing_data, 16, 8, other.work.sync_symbol);
+            const trace_capture_t trace;
+            const log_capture_t log;
+            ASSERT_TRUE(run.run());
+            const long firsts = log.count(log_level_info, first_step);
+            const bool second = log.count(log_level_info, second_step) == 1;
+            const bool third = log.count(log_level_info, third_step) == 1;
+            const bool fourth = log.count(log_level_info, fourth_step) == 1;
+            const expected_search_t expected(other, format);
+            EXPECT_EQ(firsts, 1);
+            EXPECT_EQ(second, expected.second_runs) << format << ", " << share;
+            EXPECT_EQ(third, expected.third_runs) << format << ", " << share;
+            EXPECT_EQ(fourth, expected.fourth_runs) << format << ", " << share;
+            EXPECT_NEAR(static_cast<double>(run.fit.at(0)), expected.slope, 1e-4) << format << ", " << share;
+            seconds += expected.second_runs;
+            thirds += expected.third_runs;
+            fourths += expected.fourth_runs;
+            changes += expected.chosen != 0;
+        }
+    }
+    // The data are such that every way is gone.
+    EXPECT_GT(seconds, 5);
+    EXPECT_GT(thirds, seconds);
+    EXPECT_GT(fourths, 5);
+    EXPECT_GT(changes, 0);
+}
+
+TEST(QamRecovery, WithThreeFifthsInLockSkipsTheSecondPass)
+{
+    recovery_run_t run(0, make_partly_clean(0, 1000, 0.6, 77));
+    const log_capture_t log;
+    ASSERT_TRUE(run.run());
+    EXPECT_EQ(log.count(log_level_info, second_step), 0);
+    EXPECT_EQ(log.count(log_level_info, third_step), 1);
+}
+
+TEST(QamRecovery, KeepsTheEarliestOfPassesThatAreAsGood)
+{
+    // One strong symbol makes all others fall on the innermost points of 4096, where random phases are far off: no pass locks,
+    // and the line is that of the first, through all of its track.
+    std::mt19937 generator(13);
+    std::uniform_real_distribution<double> angle(-pi, pi);
+    point_array symbols(200);
+    for (std::complex<double>& symbol : symbols)
+        symbol = std::polar(1e-3, angle(generator));
+    symbols[50] = 1.0;
+    recovery_run_t run(8, symbols);
+    lib_dma_qam_demod_t other;
+    other.qam_format = LIB_DMA_QAM_4096;
+    demod_stage::deal_carrier_symbols(run.demod.work.timing_data, 16, 8, other.work.sync_symbol);
+    const log_capture_t log;
+    ASSERT_TRUE(run.run());
+    EXPECT_EQ(log.count(log_level_info, second_step), 1);
+    EXPECT_EQ(log.count(log_level_info, fourth_step), 1);
+    const gain_row_t gains = get_gains(8);
+    for (std::size_t i = 4; i-- > 0;)
+    {
+        const carrier_syn_info_t pass = other.qam_carrier_coarse_syn(0.0f, 0.0f, gains.pass[i].second, gains.pass[i].first, 0.95f,
+                                                                     0.05f, gains.lock_level);
+        ASSERT_EQ(pass.lock_ratio, 0.0f) << i;
+        float_array track = pass.phase_track;
+        for (float& value : track)
+            value = -value;
+        float_array fit;
+        ASSERT_TRUE(demod_stage::cal_carrier_line(track, 0, fit));
+        EXPECT_EQ(run.fit == fit, i == 0) << i;
+    }
+}
+
+TEST(QamRecovery, OfNothingIsNoNumber)
+{
+    for (const std::size_t symbols : { 0u, 1u })
+    {
+        recovery_run_t run(0, point_array(symbols, 1.0));
+        run.demod.setting.pre_num = 0;
+        const log_capture_t log;
+        EXPECT_TRUE(run.run());
+        EXPECT_EQ(run.line.size(), symbols);
+        EXPECT_TRUE(std::isnan(run.frequency));
+    }
+}
+
+TEST(QamEarlierRecovery, HasTheAmplitudesOfTheOutermostPoints)
+{
+    const float_array amplitudes = lib_dma_qam_demod_t::qam_mag({ { 3.0f, 4.0f }, { 0.0f, -2.0f } });
+    EXPECT_EQ(amplitudes, (float_array{ 5.0f, 2.0f }));
+    EXPECT_TRUE(lib_dma_qam_demod_t::qam_mag({}).empty());
+    // Halfway between (3, 3) and (3, 1), between (5, 3) and (5, 1), (7, 7) and (7, 5), over the rms.
+    lib_dma_qam_demod_t demod;
+    EXPECT_NEAR(demod.qam_cal_mag_th(LIB_DMA_QAM_16), static_cast<float>((std::sqrt(18.0) + std::sqrt(10.0)) / 2.0 / std::sqrt(10.0)), 1e-5f);
+    EXPECT_NEAR(demod.qam_cal_mag_th(LIB_DMA_QAM_32), static_cast<float>((std::sqrt(34.0) + std::sqrt(26.0)) / 2.0 / std::sqrt(20.0)), 1e-5f);
+    EXPECT_NEAR(demod.qam_cal_mag_th(LIB_DMA_QAM_64), static_cast<float>((std::sqrt(98.0) + std::sqrt(74.0)) / 2.0 / std::sqrt(42.0)), 1e-5f);
+}
+
+TEST(QamEarlierRecovery, FindsACarrierToo)
+{
+    for (const std::uint32_t format : { 0u, 2u, 9u })
+    {
+        const point_array points = make_set(format);
+        const double step = 2.0 * pi * 1e-4;
+        recovery_run_t run(format, map_points(make_indices(1500, static_cast<std::uint32_t>(points.size())), points,
+                                              get_turn(format) + step, 0.05));
+        const log_capture_t log;
+        ASSERT_TRUE(run.demod.qam_carrier_recovery_old(run.line, run.frequency, run.fit));
+        EXPECT_EQ(log.count(log_level_error, "qam_lock_phase_detect:error!\n"), 0) << format;
+        EXPECT_NEAR(run.frequency, 100.0, 20.0) << format;
+    }
+    recovery_run_t run(0, point_array(15, 1.0));
+    const log_capture_t log;
+    EXPECT_TRUE(run.demod.qam_carrier_recovery_old(run.line, run.frequency, run.fit));
+    EXPECT_EQ(log.count(log_level_error, "qam_lock_phase_detect:error!\n"), 1);
+}
