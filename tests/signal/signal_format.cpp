@@ -156,6 +156,19 @@ std::vector<std::complex<double>> make_format_points(signal_format_t format, con
     return get_signal_format(format).points;
 }
 
+std::vector<std::uint32_t> turn_offset_symbols(const std::vector<std::uint32_t>& symbols)
+{
+    // The high bit of an index says that Q is negative, the low one that I is positive.
+    std::vector<std::uint32_t> turned;
+    for (std::size_t k = 0; k + 1 < symbols.size(); ++k)
+    {
+        const std::uint32_t i_positive = symbols[k] >> 1U;
+        const std::uint32_t q_negative = 1U - (symbols[k + 1] & 1U);
+        turned.push_back(2 * q_negative + i_positive);
+    }
+    return turned;
+}
+
 std::vector<std::uint32_t> bits_to_symbols(const std::vector<std::uint8_t>& bits, std::uint32_t bits_per_symbol)
 {
     std::vector<std::uint32_t> symbols(bits.size() / bits_per_symbol, 0);

@@ -97,6 +97,10 @@ ring_ratios_t get_ring_ratios(signal_format_t format, const ring_ratios_t& wante
 /// The format's points with ring ratios of one's own, as `get_ring_ratios` takes them.
 std::vector<std::complex<double>> make_format_points(signal_format_t format, const ring_ratios_t& wanted);
 
+/// OQPSK symbols as they are read a quarter turn further, counter-clockwise: the Q rail, negated, has become the early one and
+/// each I part pairs with the Q part in front of it. The last symbol has no partner and is dropped.
+std::vector<std::uint32_t> turn_offset_symbols(const std::vector<std::uint32_t>& symbols);
+
 /// Groups bits into symbol indices, the first bit the highest; a last incomplete group is dropped.
 std::vector<std::uint32_t> bits_to_symbols(const std::vector<std::uint8_t>& bits, std::uint32_t bits_per_symbol);
 /// Spreads symbol indices into bits, the highest first.

@@ -202,12 +202,13 @@ TEST(SignalFrequency, TurnFromSampleToSampleIsTheIntegralOfThePulses)
         signal_format_t format;
         signal_pulse_t pulse;
         double shape;
+        int reach; // symbols; beyond it the pulse is nothing, or the maker's ends too
     };
-    for (const case_t& one : { case_t{ signal_format_t::fsk2, signal_pulse_t::gaussian, 0.5 },
-                               case_t{ signal_format_t::fsk4, signal_pulse_t::gaussian, 0.3 },
-                               case_t{ signal_format_t::gmsk, signal_pulse_t::gaussian, 0.3 },
-                               case_t{ signal_format_t::fsk4, signal_pulse_t::raised_cosine, 0.5 },
-                               case_t{ signal_format_t::fsk16, signal_pulse_t::root_raised_cosine, 0.35 } })
+    for (const case_t& one : { case_t{ signal_format_t::fsk2, signal_pulse_t::gaussian, 0.5, 10 },
+                               case_t{ signal_format_t::fsk4, signal_pulse_t::gaussian, 0.3, 10 },
+                               case_t{ signal_format_t::gmsk, signal_pulse_t::gaussian, 0.3, 10 },
+                               case_t{ signal_format_t::fsk4, signal_pulse_t::raised_cosine, 0.5, 60 },
+                               case_t{ signal_format_t::fsk16, signal_pulse_t::root_raised_cosine, 0.35, 160 } })
     {
         signal_setting_t setting = make_setting(one.format, one.pulse, one.shape, 16.0e6);
         setting.timing_symbols = 0.3;
@@ -216,8 +217,8 @@ TEST(SignalFrequency, TurnFromSampleToSampleIsTheIntegralOfThePulses)
         const double deviation = one.format == signal_format_t::gmsk ? 250.0e3 : 700.0e3;
         const signal_t signal = make_signal(setting);
 
-        // The pulse every half sample, as far as the maker's reaches.
-        constexpr int reach = 160;
+        // The pulse every half sample.
+        const int reach = one.reach;
         constexpr int steps = 32;
         std::vector<double> pulse;
         for (int i = -reach * steps; i <= reach * steps; ++i)

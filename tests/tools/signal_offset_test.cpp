@@ -146,6 +146,22 @@ TEST(SignalOffset, HalfSineIsMskOfTwiceTheSymbolRate)
     }
 }
 
+TEST(SignalOffset, AQuarterTurnReadsAsTheTurnedSymbolsHalfASymbolLater)
+{
+    signal_setting_t setting = make_setting(signal_pulse_t::raised_cosine, 0.35, 4.0e6);
+    setting.carrier_phase = pi / 2.0;
+    const signal_t signal = make_signal(setting);
+    const std::vector<std::uint32_t> turned = turn_offset_symbols(signal.symbols);
+    ASSERT_EQ(turned.size(), signal.symbols.size() - 1);
+    for (std::size_t k = 0; k < turned.size(); ++k)
+    {
+        const std::complex<double> point = get_signal_format(signal_format_t::oqpsk).points.at(turned[k]);
+        ASSERT_NEAR(widen(signal.samples.at(4 * k + 2)).real(), point.real(), 1.0e-6) << "symbol " << k;
+        ASSERT_NEAR(widen(signal.samples.at(4 * k + 4)).imag(), point.imag(), 1.0e-6) << "symbol " << k;
+    }
+    EXPECT_TRUE(turn_offset_symbols({}).empty());
+}
+
 TEST(SignalOffset, GaussianSettlesToThePointInRunsOfEqualSymbols)
 {
     signal_setting_t setting = make_setting(signal_pulse_t::gaussian, 0.3, 5.0e6);
