@@ -140,7 +140,7 @@ int main(int argc, char** argv)
     app.add_option("--r2-r1", setting.rings.r2_r1, "second ring of APSK over the first; the usual one if not given");
     app.add_option("--r3-r1", setting.rings.r3_r1, "third ring of 32APSK over the first; the usual one if not given");
     app.add_option("--pulse", pulse, "rrc, rc, gaussian, rectangular, half-sine; by default rectangular for FSK, else rrc");
-    app.add_option("--deviation", setting.deviation_hz, "Hz, of FSK; by default neighbouring tones are half the symbol rate apart");
+    app.add_option("--deviation", setting.deviation_hz, "Hz, of FSK; by default neighbours are half the symbol rate apart");
     app.add_option("--shape", setting.shape, "roll-off, or bandwidth-time product")->capture_default_str();
     app.add_option("--symbol-rate", setting.symbol_rate, "Hz")->capture_default_str();
     app.add_option("--sample-rate", setting.sample_rate, "Hz")->capture_default_str();

@@ -45,8 +45,8 @@ double cal_turn(const signal_t& signal, std::size_t from, std::size_t to)
     return std::arg(widen(signal.samples.at(to)) * std::conj(widen(signal.samples.at(from)))) / (2.0 * pi);
 }
 
-/// Spectrum of a frequency pulse, frequency in units of the symbol rate: the Gaussian one is 3 dB down at the bandwidth, times the
-/// spectrum of the rectangle.
+/// Spectrum of a frequency pulse, frequency in units of the symbol rate. The Gaussian is 3 dB down at its bandwidth and stands
+/// times the spectrum of the rectangle.
 double cal_spectrum(signal_pulse_t pulse, double f, double shape)
 {
     if (pulse == signal_pulse_t::gaussian)
@@ -222,7 +222,10 @@ TEST(SignalFrequency, TurnFromSampleToSampleIsTheIntegralOfThePulses)
         constexpr int steps = 32;
         std::vector<double> pulse;
         for (int i = -reach * steps; i <= reach * steps; ++i)
-            pulse.push_back(cal_pulse_by_transform(one.pulse, static_cast<double>(i) / steps - setting.timing_symbols, one.shape));
+        {
+            const double time = static_cast<double>(i) / steps - setting.timing_symbols;
+            pulse.push_back(cal_pulse_by_transform(one.pulse, time, one.shape));
+        }
         const auto cal_level = [&](int half_sample)
         {
             double sum = 0.0;

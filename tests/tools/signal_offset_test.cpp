@@ -76,8 +76,8 @@ TEST(SignalOffset, QStandsHalfASymbolBehindI)
 TEST(SignalOffset, RailsAreThoseOfQpskWithQDelayed)
 {
     // A delay by half a symbol is two samples of four.
-    for (const signal_pulse_t pulse :
-         { signal_pulse_t::root_raised_cosine, signal_pulse_t::raised_cosine, signal_pulse_t::rectangular, signal_pulse_t::half_sine })
+    for (const signal_pulse_t pulse : { signal_pulse_t::root_raised_cosine, signal_pulse_t::raised_cosine,
+                                        signal_pulse_t::rectangular, signal_pulse_t::half_sine })
     {
         signal_setting_t setting = make_setting(pulse, 0.35, 4.0e6);
         setting.timing_symbols = 0.17;
