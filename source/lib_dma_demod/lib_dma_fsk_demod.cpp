@@ -30,8 +30,8 @@ namespace
 {
 constexpr float no_level = 1e-12f;
 constexpr std::uint32_t timing_block_symbols = 64;
-// Deviation over symbol rate below which there are no tones: what quantisation leaves of a pure carrier.
-constexpr double lowest_deviation = 1e-4;
+// Deviation over symbol rate below which there are no tones: what rate conversion and quantisation leave of a carrier.
+constexpr double lowest_deviation = 1e-3;
 constexpr demod_stage::decode_words_t fsk_decode_words = {
     "fsk_decode_bit:data is too short!\n",
     "fsk_decode_bit::rms_normalize Report: Data array has a too small rms0: ",
@@ -87,7 +87,7 @@ bool lib_dma_fsk_demod_t::lib_dma_fsk_demod_process(std::uint32_t segment_index,
     double carrier = 0.0;
     if (!_find_tones(carrier, summary))
     {
-        DMA_LOG_ERROR("lib_dma_fsk_demod_process: there is no modulation, the symbols have no tones that differ.\n");
+        DMA_LOG_ERROR("There is no modulation: the symbols have no tones that differ.\n");
         return fail_with_block();
     }
     demod_stage::take_raw_time(demod_block, static_cast<std::size_t>(setting.meas_interval) * setting.points_per_symbol,
