@@ -185,9 +185,7 @@ bool lib_dma_phy_t::deal_demo_process(std::uint32_t segment_index, const complex
     case LIB_DMA_GROUP_QAM:
         return run(qam_demod_, &lib_dma_qam_demod_t::lib_dma_qam_demod_process, "deal_demo_process:qam demod error!\n");
     case LIB_DMA_GROUP_FSK:
-        DMA_LOG_END("This version has no FSK demodulator yet.\n");
-        DMA_LOG_END("deal_demo_process:fsk demod error!\n");
-        return fail();
+        return run(fsk_demod_, &lib_dma_fsk_demod_t::lib_dma_fsk_demod_process, "deal_demo_process:fsk demod error!\n");
     case LIB_DMA_GROUP_MSK:
         DMA_LOG_END("This version has no MSK demodulator yet.\n");
         DMA_LOG_END("deal_demo_process:msk demod error!\n");

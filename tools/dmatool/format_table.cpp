@@ -117,7 +117,7 @@ std::vector<group_row_t> make_group_table()
           "LIB_DMA_GROUP_FSK",
           "fsk_format",
           LIB_DMA_GROUP_FSK,
-          false,
+          true,
           {
               { "2FSK", "LIB_DMA_FSK_2", LIB_DMA_FSK_2, {} },
               { "4FSK", "LIB_DMA_FSK_4", LIB_DMA_FSK_4, {} },

@@ -102,6 +102,12 @@ std::string make_text_report(const analysis_t& analysis)
     text += make_figure("Quadrature error", table.quad_error, "deg");
     text += make_figure("Gain imbalance", table.gain_imbalance, "dB");
     text += make_figure("Frequency error", table.frequency_error, "Hz");
+    if (analysis.format.group->value == LIB_DMA_GROUP_FSK)
+    {
+        text += make_figure("Deviation", static_cast<float>(summary.fsk_deviation), "Hz");
+        text += make_figure("Highest frequency", static_cast<float>(summary.fsk_deviation_max), "Hz");
+        text += make_figure("Lowest frequency", static_cast<float>(summary.fsk_deviation_min), "Hz");
+    }
     text += fmt::format("  {:<18}{:>14.6f}\n", "Rho", table.rho);
     // Exactly 0 is what the store starts with: nobody measured it.
     if (summary.carrier_power != 0.0f)

@@ -25,6 +25,16 @@ struct error_figures_t
 error_figures_t cal_error_figures(const complex_array& meas, const complex_array& ref, std::uint32_t points_per_symbol,
                                   lib_dma_evm_normalize_type_t normalization);
 
+/// Compares two normalised frequency trajectories held as real parts, outer tones at +/-1: errors are frequency errors.
+///
+/// EVM figures are percent of the peak deviation, the largest and the smallest with their signs. Magnitude errors are the
+/// signed frequency errors in percent of the rms of the measured symbols. Phase figures tell a frequency above the carrier
+/// from one below it.
+/// @param normalization  that of the phase figures
+/// @throws std::out_of_range when the reference is shorter than the measurement
+error_figures_t cal_frequency_figures(const complex_array& meas, const complex_array& ref, std::uint32_t points_per_symbol,
+                                      lib_dma_evm_normalize_type_t normalization);
+
 /// Moves the figures into the results of a segment. What a comparison does not give stays: the driver's power, and the
 /// waveforms.
 void take_error_summary(error_summary_t figures, error_summary_t& summary);

@@ -1,7 +1,6 @@
 #include "lib_dma_demod/stage/error_table.h"
 
 #include "lib_dma_common/lib_dma_phy_common.h"
-#include "lib_dma_demod/stage/error_figures.h"
 #include "support/log_macro.h"
 
 #include <utility>
@@ -14,8 +13,14 @@ void deal_error_table(std::uint32_t segment_index, const demod_setting_t& settin
     // Room for the long results first: what is only passing by then lies behind them and goes back to the system.
     data_manager.get_mag_error_vector(segment_index).reserve(work.meas_data.size());
     data_manager.get_phase_error_vector(segment_index).reserve(work.meas_data.size());
-    error_figures_t figures =
-        cal_error_figures(work.meas_data, work.ref_data, setting.points_per_symbol, setting.evm_normalization_ref);
+    store_error_figures(
+        cal_error_figures(work.meas_data, work.ref_data, setting.points_per_symbol, setting.evm_normalization_ref), segment_index,
+        setting, work, data_manager);
+}
+
+void store_error_figures(error_figures_t figures, std::uint32_t segment_index, const demod_setting_t& setting, demod_work_t& work,
+                         lib_dma_phy_data_manager_t& data_manager)
+{
     err_table_t& err_table = data_manager.get_err_table(segment_index);
     error_summary_t& summary = data_manager.get_error_summary(segment_index);
     if (setting.iq_offset_flag)
