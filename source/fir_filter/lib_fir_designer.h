@@ -74,8 +74,8 @@ public:
     /// @param[in,out] desired     on the grid; comes back as the approximation problem of the cosine polynomial
     /// @param[in,out] weight      on the grid, likewise
     /// @param[out] deviation      of the weighted error
-    /// @param[out] coefficients   first half of the taps with the middle one
-    /// @return true
+    /// @param[out] coefficients   first half of the taps with the middle one; empty after a false
+    /// @return false where the arrays do not fit together, and where rounding leaves no filter that is better than none
     static bool _remez_iteration(std::uint32_t order, double_array& grid, const double_array& frequencies, double_array& desired,
                                  double_array& weight, bool negative, bool odd, double& deviation, float_array& coefficients);
     /// Barycentric weight of node `index`: 1 over the product of 2 (x[index] - x[j]), taken in `spacing` interleaved groups;

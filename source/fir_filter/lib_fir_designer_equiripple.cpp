@@ -6,6 +6,8 @@
 #include "support/log_macro.h"
 #include "support/trace_output.h"
 
+#include "support/internal/trigonometry.h"
+
 #include <algorithm>
 #include <cmath>
 #include <numbers>
@@ -170,7 +172,7 @@ void divide_by_fixed_factor(const double_array& grid, bool negative, bool odd, d
     for (std::size_t i = 0; i < grid.size(); ++i)
     {
         const double angle = (odd ? 2.0 : 1.0) * std::numbers::pi * grid[i];
-        const double factor = negative ? std::sin(angle) : std::cos(angle);
+        const double factor = negative ? common_lib::sine_of(angle) : common_lib::cosine_of(angle);
         desired[i] /= factor;
         weight[i] *= factor;
     }

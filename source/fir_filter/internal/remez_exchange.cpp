@@ -2,6 +2,8 @@
 
 #include "fir_filter/internal/barycentric.h"
 
+#include "support/internal/trigonometry.h"
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -249,7 +251,7 @@ remez_result_t run_remez_exchange(const double_array& grid, const double_array& 
 
     double_array cosine(grid.size());
     for (std::size_t i = 0; i < grid.size(); ++i)
-        cosine[i] = std::cos(2.0 * std::numbers::pi * grid[i]);
+        cosine[i] = common_lib::cosine_of(2.0 * std::numbers::pi * grid[i]);
     error_curve_t error(cosine, desired, weight, limits.terms);
 
     std::vector<std::size_t> extremals =

@@ -3,6 +3,8 @@
 #include "fir_filter/internal/barycentric.h"
 #include "support/internal/vector_clones.h"
 
+#include "support/internal/trigonometry.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -26,7 +28,7 @@ double_array sample_polynomial(const double_array& node, const double_array& nod
     for (std::size_t i = 0; i < count; ++i)
     {
         const double angle = 2.0 * std::numbers::pi * static_cast<double>(i) / static_cast<double>(2 * count - 1);
-        samples[i] = interpolation.at((std::cos(angle) - shift) / scale);
+        samples[i] = interpolation.at((common_lib::cosine_of(angle) - shift) / scale);
     }
     return samples;
 }
@@ -38,7 +40,7 @@ double_array transform_even(const double_array& samples)
     const std::size_t period = 2 * count - 1;
     double_array cosine(period);
     for (std::size_t i = 0; i < period; ++i)
-        cosine[i] = std::cos(2.0 * std::numbers::pi * static_cast<double>(i) / static_cast<double>(period));
+        cosine[i] = common_lib::cosine_of(2.0 * std::numbers::pi * static_cast<double>(i) / static_cast<double>(period));
 
     double_array sums(count);
     for (std::size_t j = 0; j < count; ++j)
@@ -115,8 +117,8 @@ cosine_span_t choose_span(const double_array& grid, const double_array& frequenc
     const bool whole_axis = frequencies.empty() || (frequencies.front() == 0.0 && frequencies.back() == 0.5);
     if (whole_axis || cosines < 4 || grid.empty())
         return {};
-    const cosine_span_t covered = { std::cos(2.0 * std::numbers::pi * grid.front()),
-                                    std::cos(2.0 * std::numbers::pi * grid.back()) };
+    const cosine_span_t covered = { common_lib::cosine_of(2.0 * std::numbers::pi * grid.front()),
+                                    common_lib::cosine_of(2.0 * std::numbers::pi * grid.back()) };
     return covered.first > covered.last ? covered : cosine_span_t{};
 }
 
@@ -140,7 +142,7 @@ response_check_t check_response(const double_array& cosine, const double_array& 
     {
         const std::size_t used = std::min(place_lanes, grid.size() - first);
         for (std::size_t lane = 0; lane < place_lanes; ++lane)
-            place[lane] = std::cos(2.0 * std::numbers::pi * grid[first + std::min(lane, used - 1)]);
+            place[lane] = common_lib::cosine_of(2.0 * std::numbers::pi * grid[first + std::min(lane, used - 1)]);
         evaluate_polynomial(cosine.data(), cosine.size(), place.data(), value.data());
         for (std::size_t lane = 0; lane < used; ++lane)
         {

@@ -103,4 +103,15 @@ inline double angle_of(double y, double x)
     const bool plain = std::isfinite(x) && std::isfinite(y) && (x != 0.0 || y != 0.0);
     return plain ? angle_of_finite(y, x) : std::atan2(y, x);
 }
+
+/// Angle in radians.
+inline double cosine_of(double angle)
+{
+    return sine_cosine(angle).cosine;
+}
+
+inline double sine_of(double angle)
+{
+    return sine_cosine(angle).sine;
+}
 } // namespace vrim::common_lib
