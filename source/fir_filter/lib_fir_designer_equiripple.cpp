@@ -3,10 +3,9 @@
 #include "fir_filter/internal/barycentric.h"
 #include "fir_filter/internal/remez_taps.h"
 #include "fir_filter/internal/sound_exchange.h"
+#include "support/internal/trigonometry.h"
 #include "support/log_macro.h"
 #include "support/trace_output.h"
-
-#include "support/internal/trigonometry.h"
 
 #include <algorithm>
 #include <cmath>

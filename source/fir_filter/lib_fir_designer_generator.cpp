@@ -44,15 +44,10 @@ void generate_shape(complex_array& window, std::uint32_t length, shape_t&& shape
         fill_window(window, length, false, shape);
 }
 
-double cosine(double angle)
-{
-    return common_lib::sine_cosine(angle).cosine;
-}
-
 /// Sum of coefficients[k] cos(k pi position). Around the middle of a window all terms of the classic cosine windows add up.
 double cal_cosine_sum(std::span<const double> coefficients, double position)
 {
-    const double twice = 2.0 * cosine(pi * position);
+    const double twice = 2.0 * common_lib::cosine_of(pi * position);
     double one = 0.0;
     double two = 0.0;
     for (std::size_t k = coefficients.size() - 1; k > 0; --k)
@@ -273,7 +268,7 @@ void lib_fir_designer_t::_generate_tukey_window(complex_array& window, std::uint
                    [fraction](double position)
                    {
                        const double into_taper = (std::abs(position) - 1.0) + fraction;
-                       return into_taper > 0.0 ? 0.5 * (1.0 + cosine(pi * (into_taper / fraction))) : 1.0;
+                       return into_taper > 0.0 ? 0.5 * (1.0 + common_lib::cosine_of(pi * (into_taper / fraction))) : 1.0;
                    });
 }
 
@@ -293,7 +288,7 @@ void lib_fir_designer_t::_generate_triangle_window(complex_array& window, std::u
 void lib_fir_designer_t::_generate_bartlett_hanning_window(complex_array& window, std::uint32_t length)
 {
     generate_shape(window, length,
-                   [](double position) { return 0.62 - 0.24 * std::abs(position) + 0.38 * cosine(pi * position); });
+                   [](double position) { return 0.62 - 0.24 * std::abs(position) + 0.38 * common_lib::cosine_of(pi * position); });
 }
 
 void lib_fir_designer_t::_generate_bohman_window(complex_array& window, std::uint32_t length)
@@ -350,7 +345,7 @@ void lib_fir_designer_t::_generate_taylor_window(complex_array& window, std::uin
     for (std::uint32_t i = 0; i < half; ++i)
     {
         const double from_middle = static_cast<double>(length) - 1.0 - 2.0 * static_cast<double>(i); // half samples
-        cosines[i] = cosine(pi * from_middle / static_cast<double>(length));
+        cosines[i] = common_lib::cosine_of(pi * from_middle / static_cast<double>(length));
     }
     double_array sums(half);
     cal_cosine_series(terms, cosines.data(), sums.data(), half);

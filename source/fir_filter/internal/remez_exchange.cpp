@@ -1,7 +1,6 @@
 #include "fir_filter/internal/remez_exchange.h"
 
 #include "fir_filter/internal/barycentric.h"
-
 #include "support/internal/trigonometry.h"
 
 #include <algorithm>

@@ -1,9 +1,8 @@
 #include "fir_filter/internal/remez_taps.h"
 
 #include "fir_filter/internal/barycentric.h"
-#include "support/internal/vector_clones.h"
-
 #include "support/internal/trigonometry.h"
+#include "support/internal/vector_clones.h"
 
 #include <algorithm>
 #include <array>
