@@ -14,7 +14,6 @@ accuracy_section_t measure_against_theory();
 accuracy_section_t measure_pull_in();
 accuracy_section_t measure_iq_offset();
 accuracy_section_t measure_gain_imbalance();
-accuracy_section_t measure_sync_search();
 /// Without bars: what a large carrier offset costs.
 accuracy_section_t measure_offset_cost();
 /// Without bars: captures of 10,000 and 100,000 symbols.
