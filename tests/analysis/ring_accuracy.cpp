@@ -122,7 +122,7 @@ accuracy_section_t measure_linear_iq_offset()
         "QAM, APSK, DPSK: IQ offset",
         "1,000 symbols, clean, roll-off 0.5, DC 30 dB under the signal at 8 angles, 8 seeds. The figure is relative to the "
         "largest point, so that the peak of the points over their rms is added back here. Formats with a fixed turn do not show "
-        "an offset, ASK takes most of it for its carrier, and from 256QAM on an offset of -30 dB leads to wrong decisions",
+        "an offset, ASK takes most of it for its carrier, and from 256QAM on an offset of -30 dB can lead to wrong decisions",
         {}
     };
     for (const signal_format_t format : { signal_format_t::qam16, signal_format_t::qam32, signal_format_t::qam64,
