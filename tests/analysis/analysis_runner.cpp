@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <map>
 #include <numbers>
 #include <stdexcept>
 
@@ -74,6 +75,16 @@ std::vector<std::uint32_t> turn_indices(const std::vector<std::complex<double>>&
         turned[i] = static_cast<std::uint32_t>(std::min_element(points.begin(), points.end(), is_nearer) - points.begin());
     }
     return turned;
+}
+
+/// The indices under each turn of a format, made once: dense formats take long.
+const std::vector<std::vector<std::uint32_t>>& get_turns(const signal_format_info_t& info)
+{
+    static std::map<signal_format_t, std::vector<std::vector<std::uint32_t>>> made;
+    std::vector<std::vector<std::uint32_t>>& turns = made[info.format];
+    for (std::size_t i = turns.size(); i < info.symmetry; ++i)
+        turns.push_back(turn_indices(info.points, 2.0 * std::numbers::pi * static_cast<double>(i) / info.symmetry));
+    return turns;
 }
 
 /// Symbols from `first` on that differ from `sent` under a turn. Counting ends at `limit`.
@@ -272,9 +283,7 @@ decode_match_t match_decoded(signal_format_t format, const std::vector<std::uint
                              const std::vector<std::uint32_t>& sent, std::int32_t first_lag, std::int32_t last_lag)
 {
     const signal_format_info_t& info = get_signal_format(format);
-    std::vector<std::vector<std::uint32_t>> turns;
-    for (std::uint32_t i = 0; i < info.symmetry; ++i)
-        turns.push_back(turn_indices(info.points, 2.0 * std::numbers::pi * i / info.symmetry));
+    const std::vector<std::vector<std::uint32_t>>& turns = get_turns(info);
     std::vector<std::vector<std::uint32_t>> rows(1, sent);
     if (info.coding == signal_coding_t::offset_point)
         rows.push_back(turn_offset_symbols(sent));

@@ -1,139 +1,24 @@
 #include "psk_accuracy.h"
 
+#include "accuracy_run.h"
 #include "analysis_runner.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdint>
-#include <limits>
 #include <numbers>
-#include <numeric>
 
 namespace dma_test
 {
 namespace
 {
 constexpr double pi = std::numbers::pi;
-constexpr double unbounded = std::numeric_limits<double>::infinity();
-constexpr std::uint32_t run_in_symbols = 180; // that the analysis wants beside the interval
 constexpr double noisy_snr_db = 30.0;
 const std::array<signal_format_t, 5> all_formats = { signal_format_t::bpsk, signal_format_t::qpsk, signal_format_t::psk8,
                                                      signal_format_t::qpsk_3pi_4, signal_format_t::psk8_3pi_8 };
 
-std::string get_name(signal_format_t format)
-{
-    return get_signal_format(format).name;
-}
-
-/// A capture with carrier phase and timing that differ from seed to seed, a modest carrier offset, and a margin at the end.
-signal_setting_t make_run(signal_format_t format, double alpha, std::uint32_t symbols, std::uint64_t seed)
-{
-    signal_setting_t signal;
-    signal.format = format;
-    signal.shape = alpha;
-    signal.symbol_count = symbols + run_in_symbols + 20;
-    signal.seed = seed;
-    signal.carrier_offset_hz = 1234.5;
-    signal.carrier_phase = 0.4 + 0.37 * static_cast<double>(seed);
-    signal.timing_symbols = std::fmod(0.13 + 0.21 * static_cast<double>(seed), 1.0);
-    return signal;
-}
-
-analysis_setting_t make_analysis(const signal_setting_t& signal)
-{
-    analysis_setting_t setting;
-    setting.format = signal.format;
-    setting.alpha = signal.shape;
-    setting.symbol_rate = static_cast<std::uint64_t>(signal.symbol_rate);
-    setting.sample_rate = signal.sample_rate;
-    setting.meas_interval = signal.symbol_count - run_in_symbols - 20;
-    return setting;
-}
-
-/// Values of one figure over the runs.
-class figure_t
-{
-public:
-    void add(double value) { values_.push_back(value); }
-    double get_mean() const { return std::accumulate(values_.begin(), values_.end(), 0.0) / static_cast<double>(values_.size()); }
-    double get_rms() const
-    {
-        double sum = 0.0;
-        for (const double value : values_)
-            sum += value * value;
-        return std::sqrt(sum / static_cast<double>(values_.size()));
-    }
-    double get_deviation() const
-    {
-        const double mean = get_mean();
-        double sum = 0.0;
-        for (const double value : values_)
-            sum += (value - mean) * (value - mean);
-        return std::sqrt(sum / static_cast<double>(values_.size() - 1));
-    }
-    double get_median() const
-    {
-        std::vector<double> sorted = values_;
-        std::sort(sorted.begin(), sorted.end());
-        const std::size_t half = sorted.size() / 2;
-        return sorted.size() % 2 == 1 ? sorted[half] : 0.5 * (sorted[half - 1] + sorted[half]);
-    }
-    /// Smallest value that at least `share` of the values do not exceed.
-    double get_quantile(double share) const
-    {
-        std::vector<double> sorted = values_;
-        std::sort(sorted.begin(), sorted.end());
-        const auto rank = static_cast<std::size_t>(std::ceil(share * static_cast<double>(sorted.size())));
-        return sorted.at(std::max<std::size_t>(rank, 1) - 1);
-    }
-    double get_low() const { return pick(std::less<>()); }
-    double get_high() const { return pick(std::greater<>()); }
-
-private:
-    /// Not-a-number wins over everything.
-    template <typename before_t>
-    double pick(before_t before) const
-    {
-        double best = values_.at(0);
-        for (const double value : values_)
-        {
-            if (std::isnan(value) || before(value, best))
-                best = value;
-        }
-        return best;
-    }
-
-    std::vector<double> values_;
-};
-
-accuracy_row_t make_row(std::string what, signal_format_t format, std::string unit, double bar_low, double bar_high, double low,
-                        double high, int digits)
-{
-    return { std::move(what), get_name(format), std::move(unit), bar_low, bar_high, low, high, digits };
-}
-
-double get_evm(const analysis_result_t& result)
-{
-    return result.locked() ? static_cast<double>(result.summary.evm_rms) : std::numeric_limits<double>::quiet_NaN();
-}
-
-double get_frequency_deviation(const analysis_result_t& result, double set_hz)
-{
-    return result.locked() ? static_cast<double>(result.table.frequency_error) - set_hz
-                           : std::numeric_limits<double>::quiet_NaN();
-}
 } // namespace
-
-bool accuracy_row_t::holds() const
-{
-    return low >= bar_low && high <= bar_high;
-}
-
-bool accuracy_row_t::has_bar() const
-{
-    return std::isfinite(bar_low) || std::isfinite(bar_high);
-}
 
 double cal_frequency_bound(double symbol_rate, double snr, double symbols)
 {
@@ -159,8 +44,8 @@ accuracy_section_t measure_clean_runs()
             figure_t frequency;
             for (std::uint64_t seed = 11; seed < 11 + runs; ++seed)
             {
-                const signal_setting_t signal = make_run(format, alpha, 1000, seed);
-                const analysis_result_t result = analyse(make_signal(signal).samples, make_analysis(signal));
+                const signal_setting_t signal = make_accuracy_run(format, alpha, 1000, seed);
+                const analysis_result_t result = analyse(make_signal(signal).samples, make_accuracy_analysis(signal));
                 evm.add(get_evm(result));
                 frequency.add(get_frequency_deviation(result, signal.carrier_offset_hz));
             }
@@ -201,8 +86,8 @@ accuracy_section_t measure_clean_spread()
             figure_t evm;
             for (std::uint64_t seed = 1; seed <= runs; ++seed)
             {
-                const signal_setting_t signal = make_run(format, alpha, 1000, seed);
-                evm.add(get_evm(analyse(make_signal(signal).samples, make_analysis(signal))));
+                const signal_setting_t signal = make_accuracy_run(format, alpha, 1000, seed);
+                evm.add(get_evm(analyse(make_signal(signal).samples, make_accuracy_analysis(signal))));
             }
             const std::string what = alpha < 0.4 ? "EVM, roll-off 0.35, " : "EVM, roll-off 0.5, ";
             for (const int percent : { 50, 95, 99, 100 })
@@ -229,9 +114,9 @@ accuracy_section_t measure_noisy_runs()
         figure_t frequency;
         for (std::uint64_t seed = 101; seed < 101 + runs; ++seed)
         {
-            signal_setting_t signal = make_run(format, 0.5, 1000, seed);
+            signal_setting_t signal = make_accuracy_run(format, 0.5, 1000, seed);
             signal.snr_db = noisy_snr_db;
-            const analysis_result_t result = analyse(make_signal(signal).samples, make_analysis(signal));
+            const analysis_result_t result = analyse(make_signal(signal).samples, make_accuracy_analysis(signal));
             evm.add(get_evm(result));
             frequency.add(get_frequency_deviation(result, signal.carrier_offset_hz));
         }
@@ -264,9 +149,9 @@ accuracy_section_t measure_against_theory()
         figure_t frequency;
         for (std::uint64_t seed = 201; seed < 201 + runs; ++seed)
         {
-            signal_setting_t signal = make_run(format, 0.5, symbols, seed);
+            signal_setting_t signal = make_accuracy_run(format, 0.5, symbols, seed);
             signal.snr_db = noisy_snr_db;
-            const analysis_result_t result = analyse(make_signal(signal).samples, make_analysis(signal));
+            const analysis_result_t result = analyse(make_signal(signal).samples, make_accuracy_analysis(signal));
             evm.add(get_evm(result) / theory_evm);
             frequency.add(get_frequency_deviation(result, signal.carrier_offset_hz) / bound);
         }
@@ -309,11 +194,11 @@ accuracy_section_t measure_pull_in()
         {
             for (const double sign : { -1.0, 1.0 })
             {
-                signal_setting_t setting = make_run(format, 0.35, 1000, seed);
+                signal_setting_t setting = make_accuracy_run(format, 0.35, 1000, seed);
                 setting.snr_db = noisy_snr_db;
                 setting.carrier_offset_hz = sign * offset * setting.symbol_rate;
                 const signal_t signal = make_signal(setting);
-                const analysis_result_t result = analyse(signal.samples, make_analysis(setting));
+                const analysis_result_t result = analyse(signal.samples, make_accuracy_analysis(setting));
                 const bool right = match_decoded(format, result.decoded, signal.symbols, 88, 92).found;
                 failed += result.locked() && right ? 0.0 : 1.0;
                 frequency.add(get_frequency_deviation(result, setting.carrier_offset_hz));
@@ -339,10 +224,10 @@ accuracy_section_t measure_iq_offset()
         figure_t offset;
         for (std::uint64_t seed = 401; seed < 409; ++seed)
         {
-            signal_setting_t signal = make_run(format, 0.35, 1000, seed);
+            signal_setting_t signal = make_accuracy_run(format, 0.35, 1000, seed);
             signal.iq_offset_db = -30.0;
             signal.iq_offset_angle = 0.1 + pi / 4.0 * static_cast<double>(seed - 401);
-            offset.add(static_cast<double>(analyse(make_signal(signal).samples, make_analysis(signal)).table.iq_offset) + 30.0);
+            offset.add(static_cast<double>(analyse(make_signal(signal).samples, make_accuracy_analysis(signal)).table.iq_offset) + 30.0);
         }
         section.rows.push_back(
             make_row("IQ offset of -30 dB, deviation", format, "dB", -0.15, 0.15, offset.get_low(), offset.get_high(), 3));
@@ -363,10 +248,10 @@ accuracy_section_t measure_gain_imbalance()
         figure_t imbalance;
         for (std::uint64_t seed = 501; seed < 509; ++seed)
         {
-            signal_setting_t signal = make_run(signal_format_t::qpsk, 0.35, 1000, seed);
+            signal_setting_t signal = make_accuracy_run(signal_format_t::qpsk, 0.35, 1000, seed);
             signal.gain_imbalance_db = set_db;
             const double read =
-                static_cast<double>(analyse(make_signal(signal).samples, make_analysis(signal)).table.gain_imbalance);
+                static_cast<double>(analyse(make_signal(signal).samples, make_accuracy_analysis(signal)).table.gain_imbalance);
             imbalance.add(std::abs(read) - std::abs(set_db));
         }
         const std::string what = set_db == 0.5    ? "0.5 dB, deviation of the size"
@@ -375,74 +260,6 @@ accuracy_section_t measure_gain_imbalance()
                                                   : "-2 dB, deviation of the size";
         section.rows.push_back(
             make_row(what, signal_format_t::qpsk, "dB", -0.02, 0.02, imbalance.get_low(), imbalance.get_high(), 4));
-    }
-    return section;
-}
-
-accuracy_section_t measure_sync_search()
-{
-    constexpr std::uint32_t phases = 16;
-    constexpr std::array<std::uint32_t, 5> positions = { 95, 138, 301, 555, 760 };
-    // Not periodic, and no turn of the points maps it onto itself. BPSK takes the lowest bit, QPSK the lowest two.
-    const std::vector<std::uint32_t> word = { 0, 1, 5, 2, 7, 3, 3, 6, 4, 1, 0, 0, 7, 5, 2, 6, 1, 1, 4, 3, 2, 2, 7, 0 };
-    accuracy_section_t section = {
-        "Sync word",
-        "Word of 24 symbols at 5 places between symbol 95 and 760, 16 carrier phases, SNR 30 dB, interval "
-        "200 symbols, search length 1 ms. Found words: the window starts with the word's first symbol. "
-        "`result_start` is compared with the centre of that symbol, at 8 points per symbol; at fewer than the "
-        "working rate it is not a place in the capture. 3PI/4-QPSK and 3PI/8-8PSK are tried at two turns "
-        "only, so they have no bar for the count",
-        {}
-    };
-    for (const signal_format_t format : all_formats)
-    {
-        const std::uint32_t order = get_order(format);
-        const std::uint32_t bits = get_signal_format(format).bits_per_symbol;
-        std::vector<std::uint32_t> symbols = word;
-        for (std::uint32_t& symbol : symbols)
-            symbol %= order;
-        double missed = 0.0;
-        double misplaced = 0.0;
-        figure_t start;
-        for (std::size_t place = 0; place < positions.size(); ++place)
-        {
-            for (std::uint32_t phase = 0; phase < phases; ++phase)
-            {
-                signal_setting_t signal = make_run(format, 0.35, 1000, 601 + 20 * place + phase);
-                signal.snr_db = noisy_snr_db;
-                signal.carrier_phase = 2.0 * pi * static_cast<double>(phase) / static_cast<double>(phases);
-                signal.sync_symbols = symbols;
-                signal.sync_position = positions[place];
-                analysis_setting_t setting = make_analysis(signal);
-                setting.meas_interval = 200;
-                setting.search_length = 0.001;
-                setting.points_per_symbol = phase % 2 == 0 ? 4 : 8;
-                for (const std::uint8_t bit : symbols_to_bits(symbols, bits))
-                    setting.sync_bits += bit == 0 ? '0' : '1';
-                const signal_t record = make_signal(signal);
-                const analysis_result_t result = analyse(record.samples, setting);
-                if (!result.locked() || !result.sync_found)
-                {
-                    missed += 1.0;
-                    continue;
-                }
-                // The turn is resolved, so the decoded symbols are the sent ones themselves.
-                const auto sent = record.symbols.begin() + static_cast<std::ptrdiff_t>(signal.sync_position);
-                const bool in_place = result.decoded.size() == setting.meas_interval &&
-                                      std::equal(result.decoded.begin(), result.decoded.end(), sent);
-                misplaced += in_place ? 0.0 : 1.0;
-                if (setting.points_per_symbol == 8)
-                    start.add(static_cast<double>(result.result_start) * signal.symbol_rate / signal.sample_rate -
-                              (static_cast<double>(signal.sync_position) + signal.timing_symbols));
-            }
-        }
-        const bool short_list = format == signal_format_t::qpsk_3pi_4 || format == signal_format_t::psk8_3pi_8;
-        section.rows.push_back(make_row("words not found, of 80", format, "", short_list ? -unbounded : 0.0,
-                                        short_list ? unbounded : 0.0, missed, missed, 0));
-        section.rows.push_back(make_row("found words behind which the decoded symbols are not the sent ones", format, "", 0.0,
-                                        0.0, misplaced, misplaced, 0));
-        section.rows.push_back(
-            make_row("`result_start` against the word", format, "symbols", -1.0, 1.0, start.get_low(), start.get_high(), 2));
     }
     return section;
 }
@@ -460,9 +277,9 @@ accuracy_section_t measure_offset_cost()
         figure_t evm;
         for (std::uint64_t seed = 701; seed < 705; ++seed)
         {
-            signal_setting_t signal = make_run(signal_format_t::qpsk, 0.35, 1000, seed);
+            signal_setting_t signal = make_accuracy_run(signal_format_t::qpsk, 0.35, 1000, seed);
             signal.carrier_offset_hz = offset * signal.symbol_rate;
-            evm.add(get_evm(analyse(make_signal(signal).samples, make_analysis(signal))));
+            evm.add(get_evm(analyse(make_signal(signal).samples, make_accuracy_analysis(signal))));
         }
         std::string text = std::to_string(offset);
         text.resize(text.find('.') + 4);
@@ -487,9 +304,9 @@ accuracy_section_t measure_long_captures()
         {
             for (const double offset_hz : { 0.0, 1234.5 })
             {
-                signal_setting_t signal = make_run(format, 0.35, symbols, 801);
+                signal_setting_t signal = make_accuracy_run(format, 0.35, symbols, 801);
                 signal.carrier_offset_hz = offset_hz;
-                const double evm = get_evm(analyse(make_signal(signal).samples, make_analysis(signal)));
+                const double evm = get_evm(analyse(make_signal(signal).samples, make_accuracy_analysis(signal)));
                 const std::string count = symbols == 1000 ? "1,000" : symbols == 10000 ? "10,000" : "100,000";
                 const std::string what = "EVM, " + count + (offset_hz == 0.0 ? " symbols, no offset" : " symbols, 1234.5 Hz");
                 section.rows.push_back(make_row(what, format, "%", -unbounded, unbounded, evm, evm, 3));

@@ -1,36 +1,10 @@
 #pragma once
 
-#include <string>
-#include <vector>
+#include "accuracy_section.h"
 
 /// What an analysis of PSK signals reaches, measured. The tests hold the bars, `accuracy_table` prints the same figures.
 namespace dma_test
 {
-/// One figure over a set of runs. A bar that is infinite on both sides is none.
-struct accuracy_row_t
-{
-    std::string what;
-    std::string format;
-    std::string unit;
-    double bar_low = 0.0;
-    double bar_high = 0.0;
-    double low = 0.0; ///< smallest and largest value that was measured
-    double high = 0.0;
-    int digits = 2; ///< behind the point
-
-    /// Not-a-number does not hold.
-    bool holds() const;
-    bool has_bar() const;
-};
-
-/// Figures that were measured under the same conditions.
-struct accuracy_section_t
-{
-    std::string title;
-    std::string conditions;
-    std::vector<accuracy_row_t> rows;
-};
-
 accuracy_section_t measure_clean_runs();
 /// Without bars: how the clean figure spreads over 200 records of data.
 accuracy_section_t measure_clean_spread();
@@ -40,7 +14,6 @@ accuracy_section_t measure_against_theory();
 accuracy_section_t measure_pull_in();
 accuracy_section_t measure_iq_offset();
 accuracy_section_t measure_gain_imbalance();
-accuracy_section_t measure_sync_search();
 /// Without bars: what a large carrier offset costs.
 accuracy_section_t measure_offset_cost();
 /// Without bars: captures of 10,000 and 100,000 symbols.

@@ -1,6 +1,8 @@
 #include "psk_accuracy.h"
 
+#include "accuracy_check.h"
 #include "analysis_runner.h"
+#include "sync_accuracy.h"
 #include "timing_prediction.h"
 
 #include <cmath>
@@ -10,17 +12,6 @@ using namespace dma_test;
 
 namespace
 {
-void expect_bars(const accuracy_section_t& section, std::size_t rows)
-{
-    EXPECT_EQ(section.rows.size(), rows);
-    for (const accuracy_row_t& row : section.rows)
-    {
-        EXPECT_TRUE(row.holds()) << section.title << " (" << section.conditions << "): " << row.what << ", " << row.format
-                                 << ": measured " << row.low << " to " << row.high << " " << row.unit << ", bar " << row.bar_low
-                                 << " to " << row.bar_high;
-    }
-}
-
 TEST(PskAccuracy, CleanSignalsHaveLittleEvmAndAnExactFrequency)
 {
     expect_bars(measure_clean_runs(), 25);
