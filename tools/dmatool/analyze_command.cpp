@@ -268,7 +268,10 @@ lib_dma_frame_configure_manager_t make_frame(const analyze_options_t& options, s
     advance.set_iq_rotation(options.iq_rotation);
 
     // Nine tenths: all of what a receiver's filters leave, and as much as the carrier power can be summed over.
-    frame.set_bandwidth(options.bandwidth.value_or(std::max<std::uint64_t>(1U, kept_sample_rate * 9U / 10U)));
+    const std::uint64_t usable = std::max<std::uint64_t>(1U, kept_sample_rate * 9U / 10U);
+    const std::uint64_t bandwidth = options.bandwidth.value_or(usable);
+    // A file is written before its captures; power over more than there is would be none of the carrier's.
+    frame.set_bandwidth(options.bandwidth_of_file && bandwidth > kept_sample_rate ? usable : bandwidth);
 
     if (!options.sync_bits.empty())
     {
@@ -325,6 +328,13 @@ analysis_t run_analysis(const analyze_options_t& options, const line_sink_t& not
     note_rates(options, sample_rate, kept, analysis.rate, analysis.notes);
 
     analysis.frame = make_frame(options, analysis.sample_count, kept);
+    if (options.bandwidth_of_file && analysis.frame.get_bandwidth() != options.bandwidth)
+    {
+        analysis.notes.push_back(
+            fmt::format("the bandwidth of {} Hz in the settings file is more than the capture has; {} Hz are taken, nine tenths of "
+                        "the sample rate",
+                        *options.bandwidth, analysis.frame.get_bandwidth()));
+    }
     analysis.needed_samples = cal_needed_samples(analysis.frame, kept);
     check_length(options, analysis.frame, analysis.sample_count, kept);
     check_level(analysis.capture.samples, analysis.needed_samples);

@@ -58,6 +58,7 @@ struct analyze_options_t
 
     /// Settings of a file, one segment of them; what has no option stays as it is there. Empty without a file.
     std::shared_ptr<const vrim::dma_demod_lib::lib_dma_frame_configure_manager_t> settings;
+    bool bandwidth_of_file = false;          ///< a capture narrower than the file's bandwidth is measured over nine tenths
     std::vector<std::string> settings_notes; ///< what the user should know about the file
     std::vector<std::string> overrides;      ///< which options stand in place of the file's values; for --verbose
 };

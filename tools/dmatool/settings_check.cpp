@@ -9,8 +9,9 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <map>
 #include <set>
+#include <utility>
+#include <variant>
 
 namespace dmatool
 {
@@ -21,6 +22,7 @@ namespace
 {
 // Nobody reads more, and a file may hold millions.
 constexpr std::size_t most_changes = 1000;
+constexpr std::size_t longest_name = 64;
 constexpr const char* nothing = "nothing";
 
 /// What one comparison is about.
@@ -75,7 +77,7 @@ void checker_t::check_names(const pugi::xml_node& node, const std::string& path,
         }
         else if (!known.contains(name))
         {
-            add(path + "/" + quote_short(name), quote_short(child.text().get()), nothing, "the element is unknown and passed over");
+            add(path + "/" + get_one_line(name.substr(0, longest_name)), quote_short(child.text().get()), nothing, "the element is unknown and passed over");
         }
         else if (!seen.insert(name).second)
         {
@@ -142,7 +144,8 @@ void checker_t::check_number(const settings_field_t& field, const place_t& place
     {
         return;
     }
-    add(path, quote_short(text), kept_text, place.overwritten.empty() ? why : place.overwritten);
+    const bool made_good = field.name == "meas_offset" && find_searched_offset(place.record, place.frame).has_value();
+    add(path, quote_short(text), kept_text, place.overwritten.empty() ? why : place.overwritten, made_good);
 }
 
 /// A list or a word without what separates, in small letters.
@@ -381,6 +384,21 @@ settings_check_t check_settings(const settings_tree_t& tree, const lib_dma_frame
     }
     checker.check.notes = get_format_losses();
     return checker.check;
+}
+
+std::optional<std::int32_t> find_searched_offset(const pugi::xml_node& time, const lib_dma_frame_configure_manager_t& kept)
+{
+    const settings_field_t& field = get_settings_field("meas_offset");
+    const pugi::xml_node node = time.child(field.name.c_str());
+    const written_value_t written = parse_settings_value(field.form, node.text().get());
+    if (!kept.get_sync_search() || !written.is_known || !is_same_value(written.value, read_settings_value(field.form, node)))
+    {
+        return {};
+    }
+    const std::int64_t offset = std::get<std::int64_t>(written.value);
+    const std::int64_t interval = kept.get_segment(0).get_time_configure().get_meas_interval();
+    const bool cut = kept.get_segment(0).get_time_configure().get_meas_offset() == 0;
+    return cut && offset > 0 && offset <= interval ? std::optional(static_cast<std::int32_t>(offset)) : std::nullopt;
 }
 
 std::string get_change_text(const settings_change_t& change)

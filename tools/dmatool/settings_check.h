@@ -4,6 +4,9 @@
 #include "settings_file.h"
 
 #include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <pugixml.hpp>
 #include <string>
 #include <vector>
 
@@ -28,6 +31,10 @@ struct settings_check_t
 
 /// Compares a file with what a recall made of it.
 settings_check_t check_settings(const settings_tree_t& tree, const vrim::dma_demod_lib::lib_dma_frame_configure_manager_t& kept);
+
+/// The offset that the first segment's time record asks for and that the sync search of the file took to 0.
+std::optional<std::int32_t> find_searched_offset(const pugi::xml_node& time,
+                                                 const vrim::dma_demod_lib::lib_dma_frame_configure_manager_t& kept);
 
 /// The change in one line.
 std::string get_change_text(const settings_change_t& change);

@@ -64,6 +64,7 @@ lib_dma_frame_configure_manager_t make_written_frame(const analyze_arguments_t& 
         throw tool_error_t(exit_usage, "--sync needs --search-length here: how far to search depends on the capture, which is not "
                                        "at hand; give the seconds to search");
     }
+    options.bandwidth_of_file = false; // no capture to be too narrow
     double sample_rate = 0.0;
     if (arguments.sample_rate)
     {
@@ -76,7 +77,7 @@ lib_dma_frame_configure_manager_t make_written_frame(const analyze_arguments_t& 
     else if (!options.bandwidth)
     {
         options.bandwidth = lib_dma_frame_configure_manager_t().get_bandwidth();
-        notes(fmt::format("note: the bandwidth stays at {} Hz; give --sample-rate of the captures, or --bandwidth", *options.bandwidth));
+        notes(fmt::format("note: the bandwidth stays at {} Hz; --sample-rate of the captures or --bandwidth would set it", *options.bandwidth));
     }
     return make_frame(options, 0, cal_kept_sample_rate(sample_rate));
 }

@@ -188,6 +188,7 @@ void take_values(const std::string& path, const analyze_arguments_t& arguments, 
     options.offset = segment.get_time_configure().get_meas_offset();
     options.search_length = frame.get_search_length();
     options.bandwidth = frame.get_bandwidth();
+    options.bandwidth_of_file = !arguments.bandwidth;
     options.sync_offset = frame.get_sync_offset();
     options.evm_ref = advance.get_evm_normalization_ref();
     options.clock_adjust = advance.get_clock_adjust();
@@ -261,6 +262,10 @@ void take_settings_file(const analyze_arguments_t& arguments, analyze_options_t&
     const std::vector<option_element_t> rows = get_option_elements(arguments);
     check_numbers(path, *frame, rows);
     take_values(path, arguments, options);
+    if (!tree.items.empty() && tree.items.size() <= lib_dma_frame_configure_manager_t::max_segment_number)
+    {
+        options.offset = find_searched_offset(tree.items.front().child("cfg_dma_time"), *frame).value_or(options.offset);
+    }
     note_settings(path, check, segments, options);
     note_overrides(arguments, rows, options);
 }
