@@ -209,18 +209,52 @@ void set_group_format(lib_dma_format_configure_manager_t& record, const format_c
         break;
     }
 }
+
+std::uint32_t get_group_format(const lib_dma_format_configure_manager_t& record, lib_dma_modulation_type_t group)
+{
+    switch (group)
+    {
+    case LIB_DMA_GROUP_QAM:
+        return record.get_qam_format();
+    case LIB_DMA_GROUP_ASK:
+        return record.get_ask_format();
+    case LIB_DMA_GROUP_APSK:
+        return record.get_apsk_format();
+    case LIB_DMA_GROUP_DPSK:
+        return record.get_dpsk_format();
+    default:
+        return record.get_psk_format();
+    }
+}
+
+/// Sets group and format. One that a settings file has already stays untouched: setting it anew would take ring ratios and
+/// points of the file back to their presets.
+void take_format(const analyze_options_t& options, lib_dma_format_configure_manager_t& record)
+{
+    const lib_dma_modulation_type_t group = options.format.group->value;
+    const bool same = record.get_format_group() == group && get_group_format(record, group) == options.format.format->value;
+    if (options.settings && same)
+    {
+        return;
+    }
+    set_group_format(record, options.format);
+    record.set_format_group(group);
+}
 } // namespace
 
 lib_dma_frame_configure_manager_t make_frame(const analyze_options_t& options, std::uint64_t sample_count,
                                              std::uint64_t kept_sample_rate)
 {
     lib_dma_frame_configure_manager_t frame;
+    if (options.settings)
+    {
+        frame = *options.settings;
+    }
     lib_dma_segment_configure_manager_t& segment = frame.get_segment(0);
     const lib_dma_modulation_type_t group = options.format.group->value;
 
     lib_dma_format_configure_manager_t& format = segment.get_format_configure();
-    set_group_format(format, options.format);
-    format.set_format_group(group);
+    take_format(options, format);
     format.set_symbol_rate(options.symbol_rate);
     format.set_points_per_symbol(static_cast<lib_dma_point_per_symbol_type_t>(options.points_per_symbol));
 
@@ -237,7 +271,10 @@ lib_dma_frame_configure_manager_t make_frame(const analyze_options_t& options, s
     advance.set_iq_rotation(options.iq_rotation);
 
     // Nine tenths: all of what a receiver's filters leave, and as much as the carrier power can be summed over.
-    frame.set_bandwidth(options.bandwidth.value_or(std::max<std::uint64_t>(1U, kept_sample_rate * 9U / 10U)));
+    const std::uint64_t usable = std::max<std::uint64_t>(1U, kept_sample_rate * 9U / 10U);
+    const std::uint64_t bandwidth = options.bandwidth.value_or(usable);
+    // A file is written before its captures; power over more than there is would be none of the carrier's.
+    frame.set_bandwidth(options.bandwidth_of_file && bandwidth > kept_sample_rate ? usable : bandwidth);
 
     if (!options.sync_bits.empty())
     {
@@ -281,6 +318,11 @@ analysis_t run_analysis(const analyze_options_t& options, const line_sink_t& not
     analysis.capture = read_capture(options.capture);
     analysis.sample_count = analysis.capture.samples.size();
     analysis.notes = analysis.capture.notes;
+    analysis.notes.insert(analysis.notes.end(), options.settings_notes.begin(), options.settings_notes.end());
+    if (options.verbose)
+    {
+        std::for_each(options.overrides.begin(), options.overrides.end(), notes);
+    }
 
     const double sample_rate = analysis.capture.sample_rate;
     const std::uint64_t kept = cal_kept_sample_rate(std::min(sample_rate, 1.0e13));
@@ -289,6 +331,13 @@ analysis_t run_analysis(const analyze_options_t& options, const line_sink_t& not
     note_rates(options, sample_rate, kept, analysis.rate, analysis.notes);
 
     analysis.frame = make_frame(options, analysis.sample_count, kept);
+    if (options.bandwidth_of_file && analysis.frame.get_bandwidth() != options.bandwidth)
+    {
+        analysis.notes.push_back(
+            fmt::format("the bandwidth of {} Hz in the settings file is more than the capture has; {} Hz are taken, nine tenths of "
+                        "the sample rate",
+                        *options.bandwidth, analysis.frame.get_bandwidth()));
+    }
     analysis.needed_samples = cal_needed_samples(analysis.frame, kept);
     check_length(options, analysis.frame, analysis.sample_count, kept);
     check_level(analysis.capture.samples, analysis.needed_samples);

@@ -2,6 +2,7 @@
 
 #include "exit_status.h"
 #include "option_value.h"
+#include "settings_options.h"
 #include "tool_text.h"
 
 #include <fmt/format.h>
@@ -67,26 +68,28 @@ lib_dma_evm_normalize_type_t parse_evm_ref(const std::string& text)
     }
     return LIB_DMA_EVM_NORMALIZE_CONSTELLATION_MAX;
 }
+
+void add_words(CLI::App& command, const char* name, std::optional<std::string>& value, const char* text, const char* group)
+{
+    command.add_option(name, value, text)->type_name("")->group(group);
+}
 } // namespace
 
-void add_analyze_options(CLI::App& command, analyze_arguments_t& arguments)
+void add_signal_options(CLI::App& command, analyze_arguments_t& arguments)
 {
-    command
-        .add_option("CAPTURE", arguments.capture, "SigMF pair (either file or the stem), raw file, or .txt/.csv/.dat text file")
-        ->required();
     const auto add = [&command](const char* name, std::optional<std::string>& value, const char* text, const char* group)
-    { command.add_option(name, value, text)->type_name("")->group(group); };
+    { add_words(command, name, value, text, group); };
 
-    const char* const file = "Capture";
-    add("--datatype", arguments.datatype, "of a raw file: cf32 cf64 ci8 ci16 ci32 cu8 cu16 cu32, with _le or _be; or text", file);
-    add("--sample-rate", arguments.sample_rate, "Hz; stands above the SigMF metadata", file);
-    add("--start", arguments.start, "samples of the file to pass over [0]", file);
-    add("--count", arguments.count, "samples of the file to take [all]", file);
+    const char* const file = "Settings file";
+    add("--settings", arguments.settings, "XML file whose settings hold where no option says otherwise", file);
+    command.add_flag("--allow-large", arguments.allow_large, "build payload patterns of 2 GiB if the file asks for them")
+        ->group(file);
 
     const char* const signal = "Signal";
     add("--group", arguments.group, "modulation group [the format's]", signal);
-    add("--format", arguments.format, "BPSK QPSK 8PSK 3PI/4-QPSK 3PI/8-8PSK, an enumerator or its number (required)", signal);
-    add("--symbol-rate", arguments.symbol_rate, "Hz (required)", signal);
+    add("--format", arguments.format,
+        "BPSK QPSK 8PSK 3PI/4-QPSK 3PI/8-8PSK, an enumerator or its number (required without --settings)", signal);
+    add("--symbol-rate", arguments.symbol_rate, "Hz (required without --settings)", signal);
     add("--meas-filter", arguments.meas_filter, "rrc rc gaussian rectangular half-sine low-pass edge cosine none [rrc]", signal);
     add("--ref-filter", arguments.ref_filter, "rc rrc gaussian rectangular half-sine none [rc]", signal);
     add("--alpha", arguments.alpha, "roll-off, 0.05 to 1 [0.5]", signal);
@@ -104,11 +107,97 @@ void add_analyze_options(CLI::App& command, analyze_arguments_t& arguments)
     add("--evm-ref", arguments.evm_ref, "what EVM is percent of: rms or max of the constellation [max]", measurement);
     add("--clock-adjust", arguments.clock_adjust, "symbols, -0.5 to 0.5 [0]", measurement);
     add("--iq-rotation", arguments.iq_rotation, "degrees, -360 to 360 [0]", measurement);
+}
+
+void add_analyze_options(CLI::App& command, analyze_arguments_t& arguments)
+{
+    command
+        .add_option("CAPTURE", arguments.capture, "SigMF pair (either file or the stem), raw file, or .txt/.csv/.dat text file")
+        ->required();
+    const auto add = [&command](const char* name, std::optional<std::string>& value, const char* text, const char* group)
+    { add_words(command, name, value, text, group); };
+
+    const char* const file = "Capture";
+    add("--datatype", arguments.datatype, "of a raw file: cf32 cf64 ci8 ci16 ci32 cu8 cu16 cu32, with _le or _be; or text", file);
+    add("--sample-rate", arguments.sample_rate, "Hz; stands above the SigMF metadata", file);
+    add("--start", arguments.start, "samples of the file to pass over [0]", file);
+    add("--count", arguments.count, "samples of the file to take [all]", file);
+
+    add_signal_options(command, arguments);
 
     const char* const report = "Report";
     command.add_flag("--json", arguments.json, "one JSON document instead of the table")->group(report);
     command.add_flag("--traces", arguments.traces, "with --json: traces, constellations and waveforms too")->group(report);
     command.add_flag("--verbose", arguments.verbose, "the library's log on standard error")->group(report);
+}
+
+void parse_signal_options(const analyze_arguments_t& arguments, analyze_options_t& options)
+{
+    if (arguments.settings)
+    {
+        take_settings_file(arguments, options);
+    }
+    options.format = options.settings ? find_settings_format(arguments, *options.settings)
+                                      : find_format(arguments.group, arguments.format);
+    if (!arguments.symbol_rate && !options.settings)
+    {
+        throw tool_error_t(exit_usage, "--symbol-rate is missing; give the symbols per second in Hz, 10000 to 8e9");
+    }
+    take_whole("--symbol-rate", arguments.symbol_rate, { 10000.0, 8.0e9, " Hz" }, options.symbol_rate);
+    take_whole("--points-per-symbol", arguments.points_per_symbol, { 1.0, 20.0, "" }, options.points_per_symbol);
+    if (std::find(points_per_symbol_values.begin(), points_per_symbol_values.end(), options.points_per_symbol) ==
+        points_per_symbol_values.end())
+    {
+        fail_value("--points-per-symbol", *arguments.points_per_symbol, "one of 1, 2, 4, 5, 6, 8, 10, 12, 14, 16, 20");
+    }
+
+    if (arguments.meas_filter || !options.settings)
+    {
+        options.meas_filter = &find_filter(get_meas_filter_table(), "--meas-filter", arguments.meas_filter.value_or("rrc"));
+    }
+    if (arguments.ref_filter || !options.settings)
+    {
+        options.ref_filter = &find_filter(get_ref_filter_table(), "--ref-filter", arguments.ref_filter.value_or("rc"));
+    }
+    take_real("--alpha", arguments.alpha, { 0.05, 1.0, "" }, options.alpha);
+    take_real("--beta", arguments.beta, { 0.05, 100.0, "" }, options.beta);
+    take_whole("--filter-length", arguments.filter_length, { 2.0, 512.0, " symbols" }, options.filter_length);
+
+    take_whole("--interval", arguments.interval, { 10.0, 1.0e7, " symbols" }, options.interval);
+    if (arguments.offset)
+    {
+        take_whole("--offset", arguments.offset, { -1.0, static_cast<double>(options.interval), " symbols (the interval)" },
+                   options.offset);
+    }
+    else if (options.offset > static_cast<std::int32_t>(options.interval))
+    {
+        throw tool_error_t(exit_usage, fmt::format("--interval {} is less than the offset of {} symbols in the settings file; give "
+                                                   "--offset too",
+                                                   options.interval, options.offset));
+    }
+    if (arguments.search_length)
+    {
+        options.search_length = parse_real("--search-length", *arguments.search_length, { 1.0e-7, 1.0e6, " s" });
+    }
+    if (arguments.bandwidth)
+    {
+        options.bandwidth = static_cast<std::uint64_t>(parse_whole("--bandwidth", *arguments.bandwidth, { 1.0, 1.0e10, " Hz" }));
+    }
+    if (arguments.sync)
+    {
+        options.sync_bits = parse_sync(*arguments.sync);
+    }
+    else if (arguments.sync_offset && options.sync_bits.empty())
+    {
+        throw tool_error_t(exit_usage, "--sync-offset counts from a sync word; give the word with --sync");
+    }
+    take_real("--sync-offset", arguments.sync_offset, { -32768.0, 32767.0, " symbols" }, options.sync_offset);
+    if (arguments.evm_ref)
+    {
+        options.evm_ref = parse_evm_ref(*arguments.evm_ref);
+    }
+    take_real("--clock-adjust", arguments.clock_adjust, { -0.5, 0.5, " symbols" }, options.clock_adjust);
+    take_real("--iq-rotation", arguments.iq_rotation, { -360.0, 360.0, " degrees" }, options.iq_rotation);
 }
 
 analyze_options_t parse_analyze_options(const analyze_arguments_t& arguments)
@@ -127,54 +216,7 @@ analyze_options_t parse_analyze_options(const analyze_arguments_t& arguments)
             static_cast<std::uint64_t>(parse_whole("--count", *arguments.count, { 1.0, largest_whole, " samples" }));
     }
 
-    options.format = find_format(arguments.group, arguments.format);
-    if (!arguments.symbol_rate)
-    {
-        throw tool_error_t(exit_usage, "--symbol-rate is missing; give the symbols per second in Hz, 10000 to 8e9");
-    }
-    take_whole("--symbol-rate", arguments.symbol_rate, { 10000.0, 8.0e9, " Hz" }, options.symbol_rate);
-    take_whole("--points-per-symbol", arguments.points_per_symbol, { 1.0, 20.0, "" }, options.points_per_symbol);
-    if (std::find(points_per_symbol_values.begin(), points_per_symbol_values.end(), options.points_per_symbol) ==
-        points_per_symbol_values.end())
-    {
-        fail_value("--points-per-symbol", *arguments.points_per_symbol, "one of 1, 2, 4, 5, 6, 8, 10, 12, 14, 16, 20");
-    }
-
-    options.meas_filter = &find_filter(get_meas_filter_table(), "--meas-filter", arguments.meas_filter.value_or("rrc"));
-    options.ref_filter = &find_filter(get_ref_filter_table(), "--ref-filter", arguments.ref_filter.value_or("rc"));
-    take_real("--alpha", arguments.alpha, { 0.05, 1.0, "" }, options.alpha);
-    take_real("--beta", arguments.beta, { 0.05, 100.0, "" }, options.beta);
-    take_whole("--filter-length", arguments.filter_length, { 2.0, 512.0, " symbols" }, options.filter_length);
-
-    take_whole("--interval", arguments.interval, { 10.0, 1.0e7, " symbols" }, options.interval);
-    if (arguments.offset)
-    {
-        take_whole("--offset", arguments.offset, { -1.0, static_cast<double>(options.interval), " symbols (the interval)" },
-                   options.offset);
-    }
-    if (arguments.search_length)
-    {
-        options.search_length = parse_real("--search-length", *arguments.search_length, { 1.0e-7, 1.0e6, " s" });
-    }
-    if (arguments.bandwidth)
-    {
-        options.bandwidth = static_cast<std::uint64_t>(parse_whole("--bandwidth", *arguments.bandwidth, { 1.0, 1.0e10, " Hz" }));
-    }
-    if (arguments.sync)
-    {
-        options.sync_bits = parse_sync(*arguments.sync);
-    }
-    else if (arguments.sync_offset)
-    {
-        throw tool_error_t(exit_usage, "--sync-offset counts from a sync word; give the word with --sync");
-    }
-    take_real("--sync-offset", arguments.sync_offset, { -32768.0, 32767.0, " symbols" }, options.sync_offset);
-    if (arguments.evm_ref)
-    {
-        options.evm_ref = parse_evm_ref(*arguments.evm_ref);
-    }
-    take_real("--clock-adjust", arguments.clock_adjust, { -0.5, 0.5, " symbols" }, options.clock_adjust);
-    take_real("--iq-rotation", arguments.iq_rotation, { -360.0, 360.0, " degrees" }, options.iq_rotation);
+    parse_signal_options(arguments, options);
 
     options.json = arguments.json;
     options.traces = arguments.traces;

@@ -2,12 +2,15 @@
 
 #include "capture_reader.h"
 #include "format_table.h"
+#include "lib_dma_cfg_manager/lib_dma_frame_configure_manager.h"
 
 #include <CLI/CLI.hpp>
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace dmatool
 {
@@ -21,6 +24,8 @@ struct analyze_arguments_t
     std::optional<std::string> interval, offset, search_length, bandwidth;
     std::optional<std::string> sync, sync_offset;
     std::optional<std::string> evm_ref, clock_adjust, iq_rotation;
+    std::optional<std::string> settings; ///< file that says what no option says
+    bool allow_large = false;
     bool json = false;
     bool traces = false;
     bool verbose = false;
@@ -50,7 +55,20 @@ struct analyze_options_t
     bool json = false;
     bool traces = false;
     bool verbose = false;
+
+    /// Settings of a file, one segment of them; what has no option stays as it is there. Empty without a file.
+    std::shared_ptr<const vrim::dma_demod_lib::lib_dma_frame_configure_manager_t> settings;
+    bool bandwidth_of_file = false;          ///< a capture narrower than the file's bandwidth is measured over nine tenths
+    std::vector<std::string> settings_notes; ///< what the user should know about the file
+    std::vector<std::string> overrides;      ///< which options stand in place of the file's values; for --verbose
 };
+
+/// Adds the settings file and the options of signal and measurement to a command.
+void add_signal_options(CLI::App& command, analyze_arguments_t& arguments);
+
+/// Makes options of signal and measurement of words, the settings file's values first where there is one.
+/// @throws tool_error_t
+void parse_signal_options(const analyze_arguments_t& arguments, analyze_options_t& options);
 
 /// Adds the capture and every option to a command.
 void add_analyze_options(CLI::App& command, analyze_arguments_t& arguments);

@@ -16,6 +16,7 @@ enum exit_status_t : int
     exit_not_built = 6,       ///< the modulation group or the format has no demodulator
     exit_analysis_failed = 7, ///< the analysis or the design gave up
     exit_output = 8,          ///< the report or another output file could not be written
+    exit_changed = 9,         ///< recalling the settings file would change values of it
     exit_internal = 70,       ///< a fault of the program, or not enough memory
 };
 
@@ -24,7 +25,7 @@ inline constexpr const char* exit_status_help = "Exit status: 0 done; 2 bad opti
                                                 "4 input file malformed or unsupported;\n"
                                                 "5 capture too short for the settings; 6 group or format not built yet; "
                                                 "7 analysis or design failed;\n8 output could not be written; "
-                                                "70 internal fault.";
+                                                "9 settings would be changed; 70 internal fault.";
 
 /// Ends the program with a status and one line on standard error.
 class tool_error_t : public std::runtime_error

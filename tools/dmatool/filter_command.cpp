@@ -5,6 +5,7 @@
 #include "filter_response.h"
 #include "fir_filter/lib_fir_designer.h"
 #include "library_output.h"
+#include "tool_file.h"
 #include "tool_text.h"
 
 #include <fmt/format.h>
@@ -12,7 +13,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
-#include <fstream>
 #include <limits>
 #include <memory>
 
@@ -186,17 +186,6 @@ void note_results(filter_design_t& design)
             design.notes.push_back(fmt::format("the gain was made 1 at {}, the centre of the edges, outside the pass band",
                                                get_short_number(get_user_frequency(design, centre))));
         }
-    }
-}
-
-void write_file(const std::string& path, const std::string& text)
-{
-    std::ofstream file(path, std::ios::binary | std::ios::trunc);
-    file.write(text.data(), static_cast<std::streamsize>(text.size()));
-    file.close();
-    if (!file)
-    {
-        throw tool_error_t(exit_output, fmt::format("{} could not be written; check the folder and the disk", quote(path)));
     }
 }
 

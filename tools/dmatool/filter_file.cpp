@@ -3,6 +3,7 @@
 #include "exit_status.h"
 #include "filter_description.h"
 #include "library_output.h"
+#include "tool_file.h"
 #include "tool_text.h"
 
 #include <fmt/format.h>
@@ -10,9 +11,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <limits>
 #include <optional>
 #include <string_view>
@@ -27,33 +27,6 @@ constexpr std::uintmax_t largest_file = 1U << 20U; // bytes; a description takes
 constexpr const char* root_name = "fir_filter";
 // Files are written with 17 digits; this much is left to other writers.
 constexpr double same_number = 1.0e-9;
-
-[[noreturn]] void fail_file(exit_status_t status, const std::string& path, const std::string& text)
-{
-    throw tool_error_t(status, fmt::format("{} {}", quote(path), text));
-}
-
-std::string read_text(const std::string& path)
-{
-    std::error_code ignored;
-    if (!std::filesystem::is_regular_file(path, ignored))
-    {
-        fail_file(exit_unreadable, path, "is no file; give an XML file as --save writes it");
-    }
-    const std::uintmax_t size = std::filesystem::file_size(path, ignored);
-    if (size > largest_file)
-    {
-        fail_file(exit_bad_capture, path,
-                  fmt::format("has {} bytes, expected {} or less; is it a description?", size, largest_file));
-    }
-    std::ifstream file(path, std::ios::binary);
-    std::string text(static_cast<std::size_t>(size), '\0');
-    if (!file.read(text.data(), static_cast<std::streamsize>(size)))
-    {
-        fail_file(exit_unreadable, path, "cannot be read; check its permissions");
-    }
-    return text;
-}
 
 std::optional<double> find_number(const std::string& text)
 {
@@ -185,13 +158,8 @@ void check_parameter(const std::string& path, const lib_fir_design_parameter_t& 
 
 lib_fir_design_parameter_t read_filter_parameter(const std::string& path, std::vector<std::string>& notes)
 {
-    const std::string text = read_text(path);
-    pugi::xml_document document;
-    const pugi::xml_parse_result parsed = document.load_buffer(text.data(), text.size());
-    if (!parsed)
-    {
-        fail_file(exit_bad_capture, path, fmt::format("is no XML: {} at byte {}", parsed.description(), parsed.offset));
-    }
+    const pugi::xml_document document =
+        read_xml_file(path, largest_file, "a description", "give an XML file as --save writes it");
     // Hosts put descriptions into documents of their own.
     const pugi::xml_node node =
         document.find_node([](const pugi::xml_node& candidate) { return candidate.child("ResponseParameters"); });

@@ -34,7 +34,7 @@ void write_output(const std::string& text)
     }
 }
 
-std::string run_command(const dmatool::command_t& command)
+dmatool::command_result_t run_command(const dmatool::command_t& command)
 {
     try
     {
@@ -55,6 +55,7 @@ int run(int argc, char** argv)
     const std::vector<dmatool::command_t> commands = {
         dmatool::add_analyze_command(program),
         dmatool::add_filter_command(program),
+        dmatool::add_settings_command(program),
     };
 
     try
@@ -78,8 +79,9 @@ int run(int argc, char** argv)
     const auto asked =
         std::find_if(commands.begin(), commands.end(), [](const dmatool::command_t& command) { return command.words->parsed(); });
     // One command at least is required, so there is one.
-    write_output(run_command(*asked));
-    return dmatool::exit_ok;
+    const dmatool::command_result_t result = run_command(*asked);
+    write_output(result.output);
+    return result.status;
 }
 } // namespace
 
