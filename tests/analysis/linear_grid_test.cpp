@@ -163,8 +163,8 @@ TEST_P(LinearGrid, DecodesAndMeasures)
 
     const double noise = std::isfinite(point.snr_db) ? 100.0 * std::pow(10.0, -point.snr_db / 20.0) : 0.0;
     const double predicted = predict_timing(signal_setting, get_working_sps(point.points_per_symbol), point.symbols).evm;
-    // As with PSK: filters of 64 symbols, a rate conversion and a carrier off the centre leave up to 0.13; of ASK, whose carrier is
-    // a tenth of the symbol rate wide in the estimate, up to 0.25. Noise: four standard deviations of its rms.
+    // As with PSK: filters of 64 symbols, a rate conversion and a carrier off the centre leave up to 0.13, of ASK, whose
+    // carrier adds to what each of them leaves, up to 0.25. Noise: four standard deviations of its rms.
     const double bound = (is_ask(point.format) ? 0.25 : 0.13) + 4.0 * noise / std::sqrt(2.0 * point.symbols);
     EXPECT_NEAR(static_cast<double>(result.summary.evm_rms), std::hypot(noise, predicted), bound);
     EXPECT_NEAR(static_cast<double>(result.table.frequency_error), point.offset_hz, std::isfinite(point.snr_db) ? 2.0 : 0.5);
@@ -193,5 +193,6 @@ TEST_P(LinearGrid, DecodesAndMeasures)
 }
 
 INSTANTIATE_TEST_SUITE_P(All, LinearGrid, testing::ValuesIn(make_grid()),
-                         [](const auto& point) { return print_name(point.param).append("_").append(std::to_string(point.index)); });
+                         [](const auto& point)
+                         { return print_name(point.param).append("_").append(std::to_string(point.index)); });
 } // namespace

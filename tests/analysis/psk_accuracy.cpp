@@ -227,7 +227,8 @@ accuracy_section_t measure_iq_offset()
             signal_setting_t signal = make_accuracy_run(format, 0.35, 1000, seed);
             signal.iq_offset_db = -30.0;
             signal.iq_offset_angle = 0.1 + pi / 4.0 * static_cast<double>(seed - 401);
-            offset.add(static_cast<double>(analyse(make_signal(signal).samples, make_accuracy_analysis(signal)).table.iq_offset) + 30.0);
+            const analysis_result_t result = analyse(make_signal(signal).samples, make_accuracy_analysis(signal));
+            offset.add(static_cast<double>(result.table.iq_offset) + 30.0);
         }
         section.rows.push_back(
             make_row("IQ offset of -30 dB, deviation", format, "dB", -0.15, 0.15, offset.get_low(), offset.get_high(), 3));

@@ -74,7 +74,8 @@ accuracy_section_t measure_ring_ratios()
             signal.rings = pair;
             runs.add(signal);
         }
-        const std::string what = "r2/r1 of " + print_ratio(pair.r2_r1) + " and r3/r1 of " + print_ratio(pair.r3_r1) + ", deviation";
+        const std::string what =
+            "r2/r1 of " + print_ratio(pair.r2_r1) + " and r3/r1 of " + print_ratio(pair.r3_r1) + ", deviation";
         section.rows.push_back(make_row(what + " of r2/r1", signal_format_t::apsk32, "", -0.02, 0.02, runs.second.get_low(),
                                         runs.second.get_high(), 4));
         section.rows.push_back(make_row(what + " of r3/r1", signal_format_t::apsk32, "", -0.02, 0.02, runs.third.get_low(),
@@ -104,8 +105,8 @@ accuracy_section_t measure_ring_ratio_bias()
                 signal.snr_db = snr_db;
                 runs.add(signal);
             }
-            const std::string what =
-                (std::isfinite(snr_db) ? std::to_string(static_cast<int>(snr_db)) + " dB" : std::string("clean")) + ", deviation of ";
+            const std::string snr = std::isfinite(snr_db) ? std::to_string(static_cast<int>(snr_db)) + " dB" : "clean";
+            const std::string what = snr + ", deviation of ";
             section.rows.push_back(make_row(what + "r2/r1", format, "", -unbounded, unbounded, runs.second.get_low(),
                                             runs.second.get_high(), 3));
             if (format == signal_format_t::apsk32)

@@ -76,7 +76,7 @@ int main()
         "  2048QAM, 4096QAM and 16ASK can take wrong decisions however clean they are. Measure 3,000 symbols or more, with an\n"
         "  SNR of 50 dB for 2048QAM and 60 dB for 4096QAM; more symbols do not help 2048QAM at 45 dB.\n"
         "- The clock of ASK is estimated from a signal with a strong carrier, whose data make more noise in the estimate than\n"
-        "  those of any other format. Use a roll-off of 0.5 or more; at 0.22 clean signals read up to 12 % and some\n"
+        "  those of any other format. Use a roll-off of 0.5 or more; at 0.22 clean signals read up to 12 %% and some\n"
         "  records take wrong decisions.\n"
         "- The ring ratios of APSK are those of the innermost symbol of each ring: exact but for the clock's part on a clean\n"
         "  signal, and too large with noise (up to 0.85 for 16APSK and 2.2 for the outer ring of 32APSK at 30 dB).\n"
