@@ -91,7 +91,8 @@ std::vector<grid_point_t> make_grid()
     std::vector<std::pair<signal_format_t, ring_ratios_t>> formats;
     for (const signal_format_info_t& info : get_signal_formats())
     {
-        if (get_library_format(info.format).group != vrim::dma_demod_lib::LIB_DMA_GROUP_PSK)
+        const bool linear = info.coding == signal_coding_t::point || info.coding == signal_coding_t::phase_step;
+        if (linear && get_library_format(info.format).group != vrim::dma_demod_lib::LIB_DMA_GROUP_PSK)
             formats.emplace_back(info.format, ring_ratios_t{});
     }
     for (const double ratio : { 3.15, 2.75, 2.70, 2.60, 2.57 })
