@@ -60,7 +60,8 @@ public:
     /// Rebuilds the ideal waveform and aligns it with the measured one in time, level and phase.
     /// @return false, reported, when the measurement has no signal
     bool ref_data_generate(lib_dma_demod_config_mgr& config);
-    /// Decodes the phase steps from symbol to symbol, the first symbol standing for the step from phase 0, searches the sync word, cuts both waveforms to the window and scales them.
+    /// Decodes the phase steps from symbol to symbol, the first symbol standing for the step from phase 0, searches the sync
+    /// word, cuts both waveforms to the window and scales them.
     /// @return false, reported, when reference or measurement have no level
     bool dpsk_decode_bit(std::uint32_t segment_index, lib_dma_phy_data_manager_t& data_manager);
     /// Turns both waveforms by the configured IQ rotation. @return true

@@ -216,8 +216,9 @@ TEST(QamQuadError, CountsAmplitudesBelowTheLimitOfTheFormatOnly)
         int format;
         double rms;
     };
-    const limit_t limits[] = { { 0, 1.5811388 }, { 1, 2.236068 },  { 2, 3.24037 },   { 3, 4.527693 },  { 4, 6.519202 },  { 5, 9.082951 },
-                               { 6, 13.057565 }, { 7, 1.581139 }, { 8, 26.124701 }, { 9, 1.581139 }, { 10, 2.236068 }, { 11, 1.5811388 } };
+    const limit_t limits[] = { { 0, 1.5811388 }, { 1, 2.236068 }, { 2, 3.24037 },   { 3, 4.527693 },
+                               { 4, 6.519202 },  { 5, 9.082951 }, { 6, 13.057565 }, { 7, 1.581139 },
+                               { 8, 26.124701 }, { 9, 1.581139 }, { 10, 2.236068 }, { 11, 1.5811388 } };
     for (const limit_t& item : limits)
     {
         const auto format = static_cast<lib_dma_qam_modulation_type_t>(item.format);
@@ -237,9 +238,11 @@ TEST(QamQuadError, IsZeroWhereAQuadrantIsEmpty)
     EXPECT_EQ(common_t::qam_quad_error_cal(LIB_DMA_QAM_16, { polar(0.3, 45.0) }), 0.0f);
     EXPECT_EQ(common_t::qam_quad_error_cal(LIB_DMA_QAM_16, { polar(0.3, 135.0) }), 0.0f);
     // The axes belong to neither, the lower half plane has none.
-    EXPECT_EQ(common_t::qam_quad_error_cal(LIB_DMA_QAM_16, { polar(0.3, 45.0), { 0.0f, 0.3f }, { -0.3f, 0.0f }, polar(0.3, 225.0) }),
+    EXPECT_EQ(
+        common_t::qam_quad_error_cal(LIB_DMA_QAM_16, { polar(0.3, 45.0), { 0.0f, 0.3f }, { -0.3f, 0.0f }, polar(0.3, 225.0) }),
+        0.0f);
+    EXPECT_EQ(common_t::qam_quad_error_cal(LIB_DMA_QAM_16, { polar(0.3, 45.0), { nan_value, 0.3f }, { -0.3f, nan_value } }),
               0.0f);
-    EXPECT_EQ(common_t::qam_quad_error_cal(LIB_DMA_QAM_16, { polar(0.3, 45.0), { nan_value, 0.3f }, { -0.3f, nan_value } }), 0.0f);
 }
 
 TEST(QamQuadError, TakesTheInnermostPointsOfASkewedSet)
@@ -251,7 +254,8 @@ TEST(QamQuadError, TakesTheInnermostPointsOfASkewedSet)
     for (int i = -7; i <= 7; i += 2)
     {
         for (int q = -7; q <= 7; q += 2)
-            symbols.emplace_back(static_cast<float>(unit * (i - q * std::sin(skew))), static_cast<float>(unit * q * std::cos(skew)));
+            symbols.emplace_back(static_cast<float>(unit * (i - q * std::sin(skew))),
+                                 static_cast<float>(unit * q * std::cos(skew)));
     }
     const auto amplitude = [skew](double i, double q) { return std::sqrt(i * i + q * q - 2.0 * i * q * std::sin(skew)); };
     const double first = (amplitude(1, 1) + amplitude(1, 3) + amplitude(3, 1) + amplitude(3, 3)) / 4.0;

@@ -103,7 +103,8 @@ inline double fold_angle(double angle, double period)
 }
 
 /// A raised-cosine waveform at 8 samples a symbol and 1 MHz, symbol 0 at sample `timing` * 8.
-inline vrim::complex_array make_block(const point_array& symbols, double carrier_hz = 0.0, double phase = 0.7, double timing = 0.3)
+inline vrim::complex_array make_block(const point_array& symbols, double carrier_hz = 0.0, double phase = 0.7,
+                                      double timing = 0.3)
 {
     constexpr std::ptrdiff_t sps = 8;
     constexpr std::ptrdiff_t reach = 60; // symbols

@@ -141,12 +141,14 @@ TEST(ApskJudge, DecidesTheNearestPoint)
             std::vector<double> distances;
             for (const std::complex<double>& point : points)
                 distances.push_back(std::abs(point - value));
-            const std::size_t best = static_cast<std::size_t>(std::min_element(distances.begin(), distances.end()) - distances.begin());
+            const std::size_t best =
+                static_cast<std::size_t>(std::min_element(distances.begin(), distances.end()) - distances.begin());
             const double least = distances[best];
             distances[best] = 1e9;
             if (*std::min_element(distances.begin(), distances.end()) - least < 1e-5)
                 continue;
-            ASSERT_TRUE(is_near(demod.apsk_judge(format, std::complex<float>(value)), points[best], 2e-6)) << format << ", " << value;
+            ASSERT_TRUE(is_near(demod.apsk_judge(format, std::complex<float>(value)), points[best], 2e-6))
+                << format << ", " << value;
         }
         EXPECT_EQ(demod.judge_map.size(), points.size());
     }
@@ -205,7 +207,8 @@ TEST(ApskCarrierParams, AreTheBordersBetweenTheRings)
         for (std::size_t i = 0; i < 12; ++i)
             EXPECT_TRUE(is_near(demod.ring_2[i], std::polar(r2 / rms, pi / 12.0 + static_cast<double>(i) * pi / 6.0), 2e-6));
         for (std::size_t i = 0; i < 16; ++i)
-            EXPECT_TRUE(is_near(demod.ring_3[i], std::polar(static_cast<double>(r3_32) / rms, static_cast<double>(i) * pi / 8.0), 4e-6));
+            EXPECT_TRUE(
+                is_near(demod.ring_3[i], std::polar(static_cast<double>(r3_32) / rms, static_cast<double>(i) * pi / 8.0), 4e-6));
     }
 }
 
@@ -256,7 +259,8 @@ TEST(ApskSlicer, TakesTheRingByTheBordersAndThenTheSector)
         for (const std::complex<double>& point : make_set(format))
         {
             const std::complex<float> value(point);
-            EXPECT_TRUE(is_near(format == LIB_DMA_APSK_16 ? demod.apsk_judge_16apsk(value) : demod.apsk_judge_32apsk(value), point, 4e-6));
+            EXPECT_TRUE(is_near(format == LIB_DMA_APSK_16 ? demod.apsk_judge_16apsk(value) : demod.apsk_judge_32apsk(value),
+                                point, 4e-6));
         }
     }
     demod_t empty;
@@ -277,14 +281,16 @@ TEST(ApskCarrierSync, FindsPhaseAndFrequency)
             for (const double phase : { 0.05, 0.5, 0.9, 1.3, -2.0 })
             {
                 const double step = 2.0 * pi * hertz / 1e6;
-                const point_array symbols = map_points(make_indices(3000, static_cast<std::uint32_t>(points.size())), points, step, phase);
+                const point_array symbols =
+                    map_points(make_indices(3000, static_cast<std::uint32_t>(points.size())), points, step, phase);
                 sync_run_t run(format, symbols);
                 const log_capture_t log;
                 ASSERT_TRUE(run.run());
                 EXPECT_EQ(log.count(log_level_error, no_lock), 0) << format;
                 EXPECT_NEAR(run.frequency, hertz, 3.0) << format;
                 // The set comes to itself at quarter turns, and no ring turn is left.
-                EXPECT_NEAR(fold_angle(static_cast<double>(run.fit.at(1)) - phase, pi / 2.0), 0.0, 0.02) << format << ", " << phase;
+                EXPECT_NEAR(fold_angle(static_cast<double>(run.fit.at(1)) - phase, pi / 2.0), 0.0, 0.02)
+                    << format << ", " << phase;
                 EXPECT_TRUE(contains(run.text, "apsk_carrier_sync:phase_out size = 3000   locked_point = "));
                 EXPECT_TRUE(contains(run.text, "apsk_carrier_sync apsk_lock_phase_detect time: "));
                 EXPECT_TRUE(contains(run.text, "apsk_carrier_sync deal_polyfit time: time: "));
@@ -345,15 +351,16 @@ TEST(ApskSecondLock, TakesTheTurnOfTheRingsOut)
             demod_t demod;
             set_format(demod, format);
             // Symbols on the line 0.01 + 0.0001 i, and k ring steps behind it.
-            demod.work.sync_symbol = narrow(map_points(make_indices(300, static_cast<std::uint32_t>(points.size())), points, 1e-4,
-                                                       0.01 - k * spacing));
+            demod.work.sync_symbol = narrow(
+                map_points(make_indices(300, static_cast<std::uint32_t>(points.size())), points, 1e-4, 0.01 - k * spacing));
             float_array track(300);
             for (std::size_t i = 0; i < 300; ++i)
                 track[i] = 0.01f + 1e-4f * static_cast<float>(i);
             const float_array before = track;
             EXPECT_TRUE(demod.apsk_second_lock_phase_detect(20, track));
             for (std::size_t i = 0; i < 300; ++i)
-                ASSERT_NEAR(static_cast<double>(track[i]), static_cast<double>(before[i]) - k * spacing, 1e-6) << format << ", " << k;
+                ASSERT_NEAR(static_cast<double>(track[i]), static_cast<double>(before[i]) - k * spacing, 1e-6)
+                    << format << ", " << k;
         }
     }
 }
@@ -422,10 +429,11 @@ TEST(ApskDecodeBit, FindsAWordAtEveryQuarterTurn)
             for (const std::uint32_t index : indices)
             {
                 const std::complex<double> point = points[index] * std::polar(1.0, pi / 2.0 * quarters);
-                turned.push_back(static_cast<std::uint32_t>(
-                    std::min_element(points.begin(), points.end(), [point](std::complex<double> a, std::complex<double> b)
-                                     { return std::abs(a - point) < std::abs(b - point); }) -
-                    points.begin()));
+                turned.push_back(
+                    static_cast<std::uint32_t>(std::min_element(points.begin(), points.end(),
+                                                                [point](std::complex<double> a, std::complex<double> b)
+                                                                { return std::abs(a - point) < std::abs(b - point); }) -
+                                               points.begin()));
             }
             auto run = make_decode_run(format, indices);
             run.search(expand(slice(turned, 50, 70), bits));

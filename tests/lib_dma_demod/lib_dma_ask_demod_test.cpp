@@ -136,7 +136,8 @@ TEST(AskJudge, SaysEachTimeThatAFormatHasNoPoints)
     const trace_capture_t trace;
     for (long i = 1; i <= 2; ++i)
     {
-        EXPECT_EQ(demod.ask_judge(static_cast<lib_dma_ask_modulation_type_t>(3), { 1.0f, 0.0f }), std::complex<float>(0.0f, 0.0f));
+        EXPECT_EQ(demod.ask_judge(static_cast<lib_dma_ask_modulation_type_t>(3), { 1.0f, 0.0f }),
+                  std::complex<float>(0.0f, 0.0f));
         EXPECT_EQ(log.count(log_level_error, "lib_dma_ask_demod_t::ask_judge error!\n"), i);
     }
 }
@@ -375,7 +376,8 @@ TEST(AskProcess, MeasuresEveryFormat)
         const std::uint32_t count = static_cast<std::uint32_t>(format);
         const point_array levels = make_levels(count);
         run_t run = make_process_run(format);
-        ASSERT_TRUE(run.run(&demod_t::lib_dma_ask_demod_process, make_block(map_points(make_indices(600, count), levels), 700.0)));
+        ASSERT_TRUE(
+            run.run(&demod_t::lib_dma_ask_demod_process, make_block(map_points(make_indices(600, count), levels), 700.0)));
         EXPECT_LT(run.get_evm(), 1.5f) << format; // the timing estimate's own noise on an uneven signal
         EXPECT_NEAR(run.get_frequency(), 700.0, 5.0) << format;
         EXPECT_EQ(run.store.get_err_table(0).quad_error, 0.0f);

@@ -196,9 +196,9 @@ TEST(DpskJudge, TakesAnUnknownOrderForSixteenAndSaysSo)
     long said = 0;
     for (const std::uint32_t order : { 0u, 3u, 5u, 32u, 32u })
     {
-        EXPECT_TRUE(is_near(demod.dpsk_judge(static_cast<lib_dma_psk_modulation_type_t>(order),
-                                             std::complex<float>(std::polar(2.0, 0.5)), 0.0f),
-                            std::polar(1.0, pi / 8.0)));
+        EXPECT_TRUE(is_near(
+            demod.dpsk_judge(static_cast<lib_dma_psk_modulation_type_t>(order), std::complex<float>(std::polar(2.0, 0.5)), 0.0f),
+            std::polar(1.0, pi / 8.0)));
         EXPECT_EQ(demod.judge_map.size(), 16u);
         EXPECT_EQ(log.count(log_level_error, sixteen), ++said);
     }
@@ -325,7 +325,8 @@ TEST(DpskDecodeBit, KeepsItsKeysAsTheDecisionOfAPhaseDoes)
             auto run = make_decode_run(order, { 0, step });
             ASSERT_TRUE(run.demod.dpsk_decode_bit(0, run.store));
             EXPECT_EQ(run.get_decoded().at(1), get_key(step, order)) << order << ", " << step;
-            EXPECT_EQ(static_cast<std::uint32_t>(lib_dma_phy_common_t::dpsk_demod_bit(phase, to_format(order))), get_key(step, order))
+            EXPECT_EQ(static_cast<std::uint32_t>(lib_dma_phy_common_t::dpsk_demod_bit(phase, to_format(order))),
+                      get_key(step, order))
                 << order << ", " << step;
         }
     }
@@ -358,7 +359,9 @@ TEST(DpskDecodeBit, DecidesStepsOnAUsersMap)
     auto run = make_decode_run(4, { 0, 1, 1, 0, 2 });
     run.demod.setting.constellation_setting_flag = true;
     // The unit phasors of the steps 0, +90, 0, -90, 180 degrees.
-    run.demod.setting.const_iq_map = { { 11, { 1.0f, 0.0f } }, { 12, { 0.0f, 1.0f } }, { 13, { -1.0f, 0.0f } }, { 14, { 0.0f, -1.0f } } };
+    run.demod.setting.const_iq_map = {
+        { 11, { 1.0f, 0.0f } }, { 12, { 0.0f, 1.0f } }, { 13, { -1.0f, 0.0f } }, { 14, { 0.0f, -1.0f } }
+    };
     ASSERT_TRUE(run.demod.dpsk_decode_bit(0, run.store));
     EXPECT_EQ(run.get_decoded(), (index_array{ 11, 12, 11, 14, 13 }));
 }
@@ -391,7 +394,8 @@ TEST(DpskQuadError, FollowsTheRuleOfTheFormat)
     for (std::size_t i = 0; i < 400; ++i)
     {
         const std::complex<double> point = std::polar(1.0, pi / 8.0 * static_cast<double>(i % 16));
-        symbols.emplace_back(static_cast<float>(point.real()) * 1.2f + part(generator), static_cast<float>(point.imag() + 0.1 * point.real()));
+        symbols.emplace_back(static_cast<float>(point.real()) * 1.2f + part(generator),
+                             static_cast<float>(point.imag() + 0.1 * point.real()));
     }
     // The rule told once more: mean arc sine of |turned real part| over the amplitude, where the former stays in the threshold.
     const auto figure = [&symbols](double threshold, double rotation)
@@ -408,7 +412,11 @@ TEST(DpskQuadError, FollowsTheRuleOfTheFormat)
         }
         return sum / count / pi * 180.0;
     };
-    const double wanted[] = { 0.0, figure(0.38268343, pi / 4.0), figure(0.38268343, 0.0), figure(0.38268343, 0.0), figure(0.19509032, 0.0),
+    const double wanted[] = { 0.0,
+                              figure(0.38268343, pi / 4.0),
+                              figure(0.38268343, 0.0),
+                              figure(0.38268343, 0.0),
+                              figure(0.19509032, 0.0),
                               figure(0.19509032, 0.0) };
     const std::uint32_t values[] = { 2, 4, 5, 8, 6, 16 };
     for (std::size_t i = 0; i < 6; ++i)
@@ -452,7 +460,8 @@ TEST(DpskProcess, MeasuresEveryFormat)
     {
         const index_array places = make_indices(700, format.order);
         run_t run = make_process_run(format.value);
-        ASSERT_TRUE(run.run(&demod_t::lib_dma_dpsk_demod_process, make_block(make_symbols(format, places), 500.0))) << format.value;
+        ASSERT_TRUE(run.run(&demod_t::lib_dma_dpsk_demod_process, make_block(make_symbols(format, places), 500.0)))
+            << format.value;
         EXPECT_LT(run.get_evm(), 1.5f) << format.value;
         EXPECT_NEAR(run.get_frequency(), 500.0, 20.0) << format.value;
         // The steps do not ask where the carrier loop settled.

@@ -1,8 +1,8 @@
 #include "lib_dma_demod/lib_dma_qam_demod.h"
 
+#include "lib_dma_common/reference_constellation.h"
 #include "lib_dma_demod/demod_run.h"
 #include "lib_dma_demod/stage/carrier_track.h"
-#include "lib_dma_common/reference_constellation.h"
 
 #include <gtest/gtest.h>
 
@@ -47,7 +47,8 @@ double get_turn(std::uint32_t format)
 /// Nearest point by walking.
 std::complex<double> decide(const point_array& points, std::complex<double> value)
 {
-    return *std::min_element(points.begin(), points.end(), [value](std::complex<double> a, std::complex<double> b)
+    return *std::min_element(points.begin(), points.end(),
+                             [value](std::complex<double> a, std::complex<double> b)
                              { return std::norm(a - value) < std::norm(b - value); });
 }
 
@@ -131,7 +132,8 @@ struct recovery_run_t
 point_array make_partly_clean(std::uint32_t format, std::size_t count, double share, unsigned seed)
 {
     const point_array points = make_set(format);
-    point_array symbols = map_points(make_indices(count, static_cast<std::uint32_t>(points.size()), seed), points, get_turn(format));
+    point_array symbols =
+        map_points(make_indices(count, static_cast<std::uint32_t>(points.size()), seed), points, get_turn(format));
     std::mt19937 generator(seed + 1);
     std::uniform_real_distribution<double> angle(-pi, pi);
     for (std::size_t i = static_cast<std::size_t>(share * static_cast<double>(count)); i < count; ++i)
@@ -241,8 +243,8 @@ TEST(QamLoop, FollowsTheLoopInDouble)
     for (const loop_case_t& item : cases)
     {
         const point_array points = make_set(item.format);
-        const point_array clean = map_points(make_indices(300, static_cast<std::uint32_t>(points.size())), points,
-                                             get_turn(item.format) + 1e-4, 0.01);
+        const point_array clean =
+            map_points(make_indices(300, static_cast<std::uint32_t>(points.size())), points, get_turn(item.format) + 1e-4, 0.01);
         std::mt19937 generator(5);
         std::normal_distribution<double> part(0.0, item.noise);
         lib_dma_qam_demod_t demod;
@@ -425,7 +427,8 @@ TEST(QamRecovery, OfACleanSignalStopsAfterItsFirstPass)
         const double turned = static_cast<double>(run.fit.at(1)) - start - off;
         for (std::size_t i = 0; i < run.line.size(); i += 97)
         {
-            const std::complex<double> sent = symbols[i + 2] * std::polar(1.0, -(get_turn(format) + step) * static_cast<double>(i + 2));
+            const std::complex<double> sent =
+                symbols[i + 2] * std::polar(1.0, -(get_turn(format) + step) * static_cast<double>(i + 2));
             const std::complex<double> wanted = sent * std::polar(1.0, -phases[format] / 2.0 - turned);
             EXPECT_TRUE(is_near(run.demod.work.sync_symbol[i], wanted, 0.05)) << format << ", " << i;
         }
@@ -521,9 +524,12 @@ TEST(QamEarlierRecovery, HasTheAmplitudesOfTheOutermostPoints)
     EXPECT_TRUE(lib_dma_qam_demod_t::qam_mag({}).empty());
     // Halfway between (3, 3) and (3, 1), between (5, 3) and (5, 1), (7, 7) and (7, 5), over the rms.
     lib_dma_qam_demod_t demod;
-    EXPECT_NEAR(demod.qam_cal_mag_th(LIB_DMA_QAM_16), static_cast<float>((std::sqrt(18.0) + std::sqrt(10.0)) / 2.0 / std::sqrt(10.0)), 1e-5f);
-    EXPECT_NEAR(demod.qam_cal_mag_th(LIB_DMA_QAM_32), static_cast<float>((std::sqrt(34.0) + std::sqrt(26.0)) / 2.0 / std::sqrt(20.0)), 1e-5f);
-    EXPECT_NEAR(demod.qam_cal_mag_th(LIB_DMA_QAM_64), static_cast<float>((std::sqrt(98.0) + std::sqrt(74.0)) / 2.0 / std::sqrt(42.0)), 1e-5f);
+    EXPECT_NEAR(demod.qam_cal_mag_th(LIB_DMA_QAM_16),
+                static_cast<float>((std::sqrt(18.0) + std::sqrt(10.0)) / 2.0 / std::sqrt(10.0)), 1e-5f);
+    EXPECT_NEAR(demod.qam_cal_mag_th(LIB_DMA_QAM_32),
+                static_cast<float>((std::sqrt(34.0) + std::sqrt(26.0)) / 2.0 / std::sqrt(20.0)), 1e-5f);
+    EXPECT_NEAR(demod.qam_cal_mag_th(LIB_DMA_QAM_64),
+                static_cast<float>((std::sqrt(98.0) + std::sqrt(74.0)) / 2.0 / std::sqrt(42.0)), 1e-5f);
 }
 
 TEST(QamEarlierRecovery, FindsACarrierToo)

@@ -52,7 +52,7 @@ double find_level(double rail, int side, double unit)
 
 TEST(QamFacts, AreThoseOfTheTable)
 {
-    const float rms[] = { 1.5811388f, 2.236068f,  3.24037f,   4.527693f, 6.519202f,  9.082951f, 13.057565f,
+    const float rms[] = { 1.5811388f, 2.236068f,  3.24037f,  4.527693f, 6.519202f,  9.082951f, 13.057565f,
                           1.581139f,  26.124701f, 1.581139f, 2.236068f, 1.5811388f, 1.5811388f };
     for (std::uint32_t i = 0; i < std::size(rms); ++i)
         EXPECT_EQ(common_t::qam_get_rms(to_format(i)), rms[i]) << i;
@@ -172,9 +172,11 @@ TEST(QamRailSlicer, CutsEachRailToTheNearestLevel)
                 const std::complex<float> point(static_cast<float>(re) * scale, static_cast<float>(im) * scale);
                 const std::complex<float> decided = slicer.judge(point, scale);
                 const double tolerance = 1e-6 * static_cast<double>(scale);
-                ASSERT_NEAR(static_cast<double>(decided.real()), find_level(re, slicer.side, unit) * static_cast<double>(scale), tolerance)
+                ASSERT_NEAR(static_cast<double>(decided.real()), find_level(re, slicer.side, unit) * static_cast<double>(scale),
+                            tolerance)
                     << slicer.side << ", " << re;
-                ASSERT_NEAR(static_cast<double>(decided.imag()), find_level(im, slicer.side, unit) * static_cast<double>(scale), tolerance)
+                ASSERT_NEAR(static_cast<double>(decided.imag()), find_level(im, slicer.side, unit) * static_cast<double>(scale),
+                            tolerance)
                     << slicer.side << ", " << im;
             }
         }

@@ -212,10 +212,10 @@ TEST(QamDecodeBit, FindsAWordAtEveryQuarterTurn)
         for (const std::uint32_t index : indices)
         {
             const std::complex<double> point = points[index] * std::polar(1.0, pi / 2.0 * quarters[attempt]);
-            turned.push_back(static_cast<std::uint32_t>(
-                std::min_element(points.begin(), points.end(), [point](std::complex<double> a, std::complex<double> b)
-                                 { return std::abs(a - point) < std::abs(b - point); }) -
-                points.begin()));
+            turned.push_back(static_cast<std::uint32_t>(std::min_element(points.begin(), points.end(),
+                                                                         [point](std::complex<double> a, std::complex<double> b)
+                                                                         { return std::abs(a - point) < std::abs(b - point); }) -
+                                                        points.begin()));
         }
         auto run = make_decode_run(indices);
         run.search(expand(slice(turned, 50, 70), 4));
@@ -329,7 +329,8 @@ TEST(QamProcess, RunsADvbFormatWithDecisionZeroUntilItHasNoReference)
     run_t run = make_process_run(0);
     run.demod.qam_format = LIB_DMA_DVB_QAM_64;
     const log_capture_t log;
-    EXPECT_FALSE(run.run(&lib_dma_qam_demod_t::lib_dma_qam_demod_process, make_block(map_points(make_indices(500, 16), make_sixteen()))));
+    EXPECT_FALSE(
+        run.run(&lib_dma_qam_demod_t::lib_dma_qam_demod_process, make_block(map_points(make_indices(500, 16), make_sixteen()))));
     EXPECT_GE(log.count(log_level_error, no_points), 2);
     EXPECT_TRUE(contains(run.text, "qam_decode_bit::rms_normalize Report: Data array has a too small rms0: "));
 }
@@ -357,7 +358,8 @@ TEST(QamProcess, GivesDecodedSymbolsOfASyncWord)
     run_t run = make_process_run(0);
     run.demod.setting.sync_search = true;
     run.demod.setting.sync_pattern_bitarr = expand(slice(indices, 100, 112), 4);
-    ASSERT_TRUE(run.run(&lib_dma_qam_demod_t::lib_dma_qam_demod_process, make_block(map_points(indices, make_sixteen()), 200.0, 2.0)));
+    ASSERT_TRUE(
+        run.run(&lib_dma_qam_demod_t::lib_dma_qam_demod_process, make_block(map_points(indices, make_sixteen()), 200.0, 2.0)));
     EXPECT_TRUE(run.store.get_sync_search_flag_vec().at(0));
     EXPECT_TRUE(run.store.get_decode_bit_flag_vec().at(0));
     EXPECT_EQ(run.store.get_decode_bit(0), slice(indices, 100, 400));

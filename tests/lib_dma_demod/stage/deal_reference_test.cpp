@@ -30,10 +30,11 @@ struct reference_run_t
         setting.pre_num = 16 * 8;
         setting.head_len = 16 * 8;
         setting.meas_interval = 100;
-        points = map_points(make_indices(symbol_count, 4), { std::polar(1.0, pi / 4.0), std::polar(1.0, 3.0 * pi / 4.0),
-                                                            std::polar(1.0, 5.0 * pi / 4.0), std::polar(1.0, 7.0 * pi / 4.0) });
-        const point_array turning = map_points(make_indices(symbol_count, 4), { std::polar(1.0, pi / 4.0), std::polar(1.0, 3.0 * pi / 4.0),
-                                                                               std::polar(1.0, 5.0 * pi / 4.0), std::polar(1.0, 7.0 * pi / 4.0) }, step);
+        point_array diagonals;
+        for (int k = 0; k < 4; ++k)
+            diagonals.push_back(std::polar(1.0, pi / 4.0 + k * pi / 2.0));
+        points = map_points(make_indices(symbol_count, 4), diagonals);
+        const point_array turning = map_points(make_indices(symbol_count, 4), diagonals, step);
         work.decided_symbol = narrow(turning);
         // The transmit filter saw the turning symbols, the carrier line took the turn out continuously.
         work.meas_data = make_block(turning, 0.0, 0.0, 0.0);
@@ -43,14 +44,6 @@ struct reference_run_t
             const double angle = -step * symbol + slope * (symbol - 16.0) + phase;
             work.meas_data[n] = std::complex<float>(3.0 * std::complex<double>(work.meas_data[n]) * std::polar(1.0, angle));
         }
-    }
-
-    double get_largest_error() const
-    {
-        double largest = 0.0;
-        for (std::size_t i = 0; i < std::min(work.meas_data.size(), work.ref_data.size()); ++i)
-            largest = std::max(largest, std::abs(std::complex<double>(work.meas_data[i]) - std::complex<double>(work.ref_data[i])));
-        return largest;
     }
 
     demod_setting_t setting;
@@ -97,7 +90,8 @@ TEST(DealReference, HasEveryPointRateOfTheResults)
         // Between the symbols too the reference follows the measurement; at the ends its filter is running in and out.
         double largest = 0.0;
         for (std::size_t i = 20 * points_per_symbol; i < 140 * points_per_symbol; ++i)
-            largest = std::max(largest, std::abs(std::complex<double>(run.work.meas_data[i]) - std::complex<double>(run.work.ref_data[i])));
+            largest = std::max(
+                largest, std::abs(std::complex<double>(run.work.meas_data[i]) - std::complex<double>(run.work.ref_data[i])));
         EXPECT_LT(largest, 0.02) << points_per_symbol;
     }
 }

@@ -126,7 +126,8 @@ TEST(ErrorTable, StoresTheVectorsOfAllPoints)
     EXPECT_TRUE(is_near(run.store.get_error_vector(0)[1], { 0.0, 1.0 }, 1e-6));
     // Percent, as a real part.
     EXPECT_TRUE(is_near(run.store.get_mag_error_vector(0)[0], 0.5 / std::sqrt(5.0) * 100.0, 1e-4));
-    EXPECT_TRUE(is_near(run.store.get_mag_error_vector(0)[1], (std::sqrt(98.0) - std::sqrt(85.0)) / std::sqrt(5.0) * 100.0, 1e-3));
+    EXPECT_TRUE(
+        is_near(run.store.get_mag_error_vector(0)[1], (std::sqrt(98.0) - std::sqrt(85.0)) / std::sqrt(5.0) * 100.0, 1e-3));
     EXPECT_TRUE(is_near(run.store.get_phase_error_vector(0)[0], 0.0, 1e-5));
 }
 

@@ -79,7 +79,8 @@ TEST(SectorSlicer, GivesABorderToTheLowerSide)
             if (common_lib::phase_of(value) != border)
                 continue;
             ++tested;
-            EXPECT_TRUE(is_near(slice_by(sectors, value, 0.0f), std::polar(1.0, k * sector))) << sectors << " sectors, border " << k;
+            EXPECT_TRUE(is_near(slice_by(sectors, value, 0.0f), std::polar(1.0, k * sector)))
+                << sectors << " sectors, border " << k;
         }
     }
     EXPECT_GT(tested, 20); // of 30; the others have no value at their very angle
