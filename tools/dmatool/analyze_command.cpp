@@ -333,10 +333,10 @@ analysis_t run_analysis(const analyze_options_t& options, const line_sink_t& not
     analysis.frame = make_frame(options, analysis.sample_count, kept);
     if (options.bandwidth_of_file && analysis.frame.get_bandwidth() != options.bandwidth)
     {
-        analysis.notes.push_back(
-            fmt::format("the bandwidth of {} Hz in the settings file is more than the capture has; {} Hz are taken, nine tenths of "
-                        "the sample rate",
-                        *options.bandwidth, analysis.frame.get_bandwidth()));
+        analysis.notes.push_back(fmt::format(
+            "the bandwidth of {} Hz in the settings file is more than the capture has; {} Hz are taken, nine tenths of "
+            "the sample rate",
+            *options.bandwidth, analysis.frame.get_bandwidth()));
     }
     analysis.needed_samples = cal_needed_samples(analysis.frame, kept);
     check_length(options, analysis.frame, analysis.sample_count, kept);

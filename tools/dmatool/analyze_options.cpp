@@ -137,8 +137,8 @@ void parse_signal_options(const analyze_arguments_t& arguments, analyze_options_
     {
         take_settings_file(arguments, options);
     }
-    options.format = options.settings ? find_settings_format(arguments, *options.settings)
-                                      : find_format(arguments.group, arguments.format);
+    options.format =
+        options.settings ? find_settings_format(arguments, *options.settings) : find_format(arguments.group, arguments.format);
     if (!arguments.symbol_rate && !options.settings)
     {
         throw tool_error_t(exit_usage, "--symbol-rate is missing; give the symbols per second in Hz, 10000 to 8e9");
@@ -171,9 +171,10 @@ void parse_signal_options(const analyze_arguments_t& arguments, analyze_options_
     }
     else if (options.offset > static_cast<std::int32_t>(options.interval))
     {
-        throw tool_error_t(exit_usage, fmt::format("--interval {} is less than the offset of {} symbols in the settings file; give "
-                                                   "--offset too",
-                                                   options.interval, options.offset));
+        throw tool_error_t(exit_usage,
+                           fmt::format("--interval {} is less than the offset of {} symbols in the settings file; give "
+                                       "--offset too",
+                                       options.interval, options.offset));
     }
     if (arguments.search_length)
     {

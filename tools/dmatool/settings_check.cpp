@@ -31,7 +31,7 @@ struct place_t
     const lib_dma_frame_configure_manager_t& frame;
     const lib_dma_segment_configure_manager_t& segment;
     pugi::xml_node record;
-    std::string path; ///< of the record
+    std::string path;        ///< of the record
     std::string overwritten; ///< by what, if a later segment element takes this one's room
 };
 
@@ -77,7 +77,8 @@ void checker_t::check_names(const pugi::xml_node& node, const std::string& path,
         }
         else if (!known.contains(name))
         {
-            add(path + "/" + get_one_line(name.substr(0, longest_name)), quote_short(child.text().get()), nothing, "the element is unknown and passed over");
+            add(path + "/" + get_one_line(name.substr(0, longest_name)), quote_short(child.text().get()), nothing,
+                "the element is unknown and passed over");
         }
         else if (!seen.insert(name).second)
         {
@@ -130,7 +131,8 @@ void checker_t::check_number(const settings_field_t& field, const place_t& place
     {
         const bool flag = field.form.kind == settings_kind_t::number_flag;
         why = flag ? "the words true and false are read as the number 0; write 1 for true"
-                   : fmt::format("it is read as {}: blanks in front count, and numbers stand in plain digits", get_value_text(read));
+                   : fmt::format("it is read as {}: blanks in front count, and numbers stand in plain digits",
+                                 get_value_text(read));
         if (flag && is_same_value(written.value, kept))
         {
             return; // another rule turned it on all the same
@@ -205,7 +207,8 @@ void checker_t::check_points(const settings_field_t& field, const place_t& place
     }
     else if (of_points ? points.size() > indices.size() : indices.size() > points.size())
     {
-        why = fmt::format("there are {} points and {} symbols, and what has no partner is dropped", points.size(), indices.size());
+        why =
+            fmt::format("there are {} points and {} symbols, and what has no partner is dropped", points.size(), indices.size());
     }
     else if (!of_points && std::set<std::int32_t>(indices.begin(), indices.end()).size() < indices.size())
     {
@@ -215,7 +218,8 @@ void checker_t::check_points(const settings_field_t& field, const place_t& place
     {
         why = "symbols count from 0; one below 0 becomes a large number";
     }
-    else if (of_points && std::any_of(points.begin(), points.end(), [](const std::complex<float>& point)
+    else if (of_points && std::any_of(points.begin(), points.end(),
+                                      [](const std::complex<float>& point)
                                       { return !std::isfinite(point.real()) || !std::isfinite(point.imag()); }))
     {
         why = "a point is no finite number";
@@ -258,9 +262,11 @@ void checker_t::check_field(const settings_field_t& field, const place_t& place)
     {
         const settings_value_t kept = field.get(place.frame, place.segment);
         const std::string text = get_value_text(kept);
-        const std::string shown = std::holds_alternative<std::string>(kept) && field.form.names.empty() ? quote_short(text) : text;
-        add(path, nothing, shown, place.overwritten.empty() ? "the element is missing; that reads as 0, false, no text or the first name"
-                                                            : place.overwritten);
+        const std::string shown =
+            std::holds_alternative<std::string>(kept) && field.form.names.empty() ? quote_short(text) : text;
+        add(path, nothing, shown,
+            place.overwritten.empty() ? "the element is missing; that reads as 0, false, no text or the first name"
+                                      : place.overwritten);
         return;
     }
     if (node.first_child() && (node.first_child().next_sibling() || node.first_child().type() == pugi::node_element))
@@ -328,8 +334,9 @@ void check_segment(checker_t& checker, const pugi::xml_node& item, place_t place
 std::vector<std::string> get_format_losses()
 {
     return {
-        "a file holds the first segment only; further ones that segment_number asks for come out at their defaults",
-        "sync_search and enable_mannual_data_sample_rate are saved as words and read as numbers: true comes back as false, 1 as true",
+        "a file holds the first segment only; further ones come out at their defaults, or are cut where a sync pattern is read",
+        "sync_search and enable_mannual_data_sample_rate are saved as words and read as numbers: true comes back as false, 1 as "
+        "true",
         "the bits of a sync pattern in bits or hexadecimal digits come back empty, its text stays",
         "payload_data_type makes the pattern anew, so the bits element has no lasting effect",
         "iq_offset_compensation follows the format: off for MSK type 1, on otherwise",
@@ -372,10 +379,10 @@ settings_check_t check_settings(const settings_tree_t& tree, const lib_dma_frame
     for (std::size_t i = 0; i < std::min(count, room); ++i)
     {
         const bool overwritten = i == 0 && count > room;
-        const std::string why = overwritten ? fmt::format("the list holds {}, and element {} takes the place of the first", room, count) : "";
+        const std::string why =
+            overwritten ? fmt::format("the list holds {}, and element {} takes the place of the first", room, count) : "";
         const std::string path = fmt::format("{}/{}[{}]", list_path, get_one_line(tree.items[i].name()), i + 1);
-        check_segment(checker, tree.items[i],
-                      { kept, kept.get_segment(static_cast<std::uint32_t>(i)), {}, path, why });
+        check_segment(checker, tree.items[i], { kept, kept.get_segment(static_cast<std::uint32_t>(i)), {}, path, why });
     }
     if (count > room)
     {

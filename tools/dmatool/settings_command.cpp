@@ -35,9 +35,10 @@ struct settings_arguments_t
 bool has_description(const analyze_arguments_t& a)
 {
     for (const std::optional<std::string>* text :
-         { &a.settings, &a.sample_rate, &a.group, &a.format, &a.symbol_rate, &a.points_per_symbol, &a.meas_filter, &a.ref_filter,
-           &a.alpha, &a.beta, &a.filter_length, &a.interval, &a.offset, &a.search_length, &a.bandwidth, &a.sync, &a.sync_offset,
-           &a.evm_ref, &a.clock_adjust, &a.iq_rotation })
+         { &a.settings,     &a.sample_rate,   &a.group,     &a.format, &a.symbol_rate,   &a.points_per_symbol,
+           &a.meas_filter,  &a.ref_filter,    &a.alpha,     &a.beta,   &a.filter_length, &a.interval,
+           &a.offset,       &a.search_length, &a.bandwidth, &a.sync,   &a.sync_offset,   &a.evm_ref,
+           &a.clock_adjust, &a.iq_rotation })
     {
         if (text->has_value())
         {
@@ -61,8 +62,9 @@ lib_dma_frame_configure_manager_t make_written_frame(const analyze_arguments_t& 
     }
     if (arguments.sync && !options.search_length)
     {
-        throw tool_error_t(exit_usage, "--sync needs --search-length here: how far to search depends on the capture, which is not "
-                                       "at hand; give the seconds to search");
+        throw tool_error_t(exit_usage,
+                           "--sync needs --search-length here: how far to search depends on the capture, which is not "
+                           "at hand; give the seconds to search");
     }
     options.bandwidth_of_file = false; // no capture to be too narrow
     double sample_rate = 0.0;
@@ -77,7 +79,8 @@ lib_dma_frame_configure_manager_t make_written_frame(const analyze_arguments_t& 
     else if (!options.bandwidth)
     {
         options.bandwidth = lib_dma_frame_configure_manager_t().get_bandwidth();
-        notes(fmt::format("note: the bandwidth stays at {} Hz; --sample-rate of the captures or --bandwidth would set it", *options.bandwidth));
+        notes(fmt::format("note: the bandwidth stays at {} Hz; --sample-rate of the captures or --bandwidth would set it",
+                          *options.bandwidth));
     }
     return make_frame(options, 0, cal_kept_sample_rate(sample_rate));
 }
@@ -125,7 +128,8 @@ command_result_t run_check(const settings_arguments_t& arguments)
     cfg_dma_frame_t settings;
     recall_settings(tree, arguments.allow_large, settings);
     const settings_check_t check = check_settings(tree, settings.get_frame_manager());
-    const std::string report = arguments.json ? make_check_json_report(tree.path, check) : make_check_text_report(tree.path, check);
+    const std::string report =
+        arguments.json ? make_check_json_report(tree.path, check) : make_check_text_report(tree.path, check);
     return { report, check.changes.empty() ? exit_ok : exit_changed };
 }
 
@@ -141,7 +145,8 @@ CLI::App* add_file_command(CLI::App& settings, const char* name, const char* tex
 
 CLI::App* add_write_command(CLI::App& settings, settings_arguments_t& arguments)
 {
-    CLI::App* command = settings.add_subcommand("write", "Writes a settings file: the library's defaults, or what the options say");
+    CLI::App* command =
+        settings.add_subcommand("write", "Writes a settings file: the library's defaults, or what the options say");
     command->add_option("FILE", arguments.file, "file to write [standard output]");
     command->add_option("--output", arguments.output, "the same")->type_name("");
     command->add_option("--sample-rate", arguments.signal.sample_rate, "Hz; of the captures, for the bandwidth")->type_name("");
@@ -158,8 +163,10 @@ command_t add_settings_command(CLI::App& program)
     words->footer(exit_status_help);
     const auto arguments = std::make_shared<settings_arguments_t>();
     const CLI::App* write = add_write_command(*words, *arguments);
-    const CLI::App* show = add_file_command(*words, "show", "Shows the settings of a file in words, as a recall gives them", *arguments);
-    add_file_command(*words, "check", "Names every value of a file that a recall changes; exit status 9 if there is one", *arguments);
+    const CLI::App* show =
+        add_file_command(*words, "show", "Shows the settings of a file in words, as a recall gives them", *arguments);
+    add_file_command(*words, "check", "Names every value of a file that a recall changes; exit status 9 if there is one",
+                     *arguments);
     const auto run = [arguments, write, show](const line_sink_t& notes) -> command_result_t
     {
         if (write->parsed())

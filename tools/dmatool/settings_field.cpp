@@ -158,8 +158,9 @@ void add_frame_fields(table_maker_t& maker)
 {
     const settings_form_t text{ settings_kind_t::text, {} };
     const settings_form_t flag{ settings_kind_t::number_flag, {} };
-    maker.add_frame("segment_number", "segments", static_cast<std::uint32_t (frame_t::*)() const>(&frame_t::get_segment_number), "",
-                    { 1.0, 6.0 }, "the list grows to the segment elements, and a sync pattern cuts it behind the current segment");
+    maker.add_frame("segment_number", "segments", static_cast<std::uint32_t (frame_t::*)() const>(&frame_t::get_segment_number),
+                    "", { 1.0, 6.0 },
+                    "the list grows to the segment elements, and a sync pattern cuts it behind the current segment");
     maker.add_frame("frame_current_segment_index", "current segment", &frame_t::get_current_segment_index, "", {},
                     "it has to be below segment_number");
     maker.add_frame("search_length", "search length", &frame_t::get_search_length, " s",
@@ -175,8 +176,8 @@ void add_frame_fields(table_maker_t& maker)
     const auto at = maker.table.end() - 1;
     maker.table.insert(at, { { "", "sync_pattern_bit", "sync pattern bits", "", text, {}, {}, word },
                              { "", "sync_pattern_hex", "sync pattern digits", "", text, {}, {}, word } });
-    maker.add_frame("enable_mannual_data_sample_rate", "manual sample rate", &frame_t::get_enable_mannual_data_sample_rate)
-        .form = flag;
+    maker.add_frame("enable_mannual_data_sample_rate", "manual sample rate", &frame_t::get_enable_mannual_data_sample_rate).form =
+        flag;
     maker.add_frame("mannual_data_sample_rate", "its value", &frame_t::get_mannual_data_sample_rate, " Hz", { 1.0e6, 1.0e10 });
     maker.add_frame("bandwidth", "bandwidth", &frame_t::get_bandwidth, " Hz", { 1.0, 1.0e10 },
                     "0 is refused and the default stays");
@@ -256,8 +257,8 @@ void add_format_fields(table_maker_t& maker)
     maker.add("cpm_index", "CPM indices", &record_t::get_cpm_index);
     maker.add("msk_dfas", "MSK DFAS", &record_t::get_msk_dfas);
     maker.add("oqpsk_alig_iq", "offset QPSK aligns I and Q", &record_t::get_oqpsk_alig_iq);
-    maker.add("custom_iq_sync_persistence_target", "user-defined IQ sync persistence", &record_t::get_custom_iq_sync_persistence_target,
-              "", { 0.0, 1.0 });
+    maker.add("custom_iq_sync_persistence_target", "user-defined IQ sync persistence",
+              &record_t::get_custom_iq_sync_persistence_target, "", { 0.0, 1.0 });
     maker.add("custom_iq_phase_rotation", "user-defined IQ rotation", &record_t::get_custom_iq_phase_rotation, " degrees",
               { -360.0, 360.0 });
     maker.add("custom_iq_shift", "user-defined IQ shift", &record_t::get_custom_iq_shift);
@@ -265,10 +266,22 @@ void add_format_fields(table_maker_t& maker)
     maker.add("custom_iq_offset", "user-defined IQ offset", &record_t::get_custom_iq_offset);
     maker.add("constellation_sym_index", "constellation symbol index", &record_t::get_constellation_sym_index, "", {},
               "a recall never keeps it");
-    maker.table.push_back({ "cfg_dma_format", "const_iq_map_data", "constellation points", "",
-                            { settings_kind_t::points, {} }, {}, {}, get_points_value });
-    maker.table.push_back({ "cfg_dma_format", "const_iq_map_data_symbol", "their symbols", "",
-                            { settings_kind_t::indices, {} }, {}, {}, get_indices_value });
+    maker.table.push_back({ "cfg_dma_format",
+                            "const_iq_map_data",
+                            "constellation points",
+                            "",
+                            { settings_kind_t::points, {} },
+                            {},
+                            {},
+                            get_points_value });
+    maker.table.push_back({ "cfg_dma_format",
+                            "const_iq_map_data_symbol",
+                            "their symbols",
+                            "",
+                            { settings_kind_t::indices, {} },
+                            {},
+                            {},
+                            get_indices_value });
 }
 
 void add_advance_fields(table_maker_t& maker)
@@ -300,8 +313,8 @@ void add_ber_fields(table_maker_t& maker)
     maker.add("total_bits_len", "total bits", &record_t::get_total_bits_len);
     const auto count = [](const frame_t&, const segment_t& segment) -> settings_value_t
     { return static_cast<std::uint64_t>(segment.get_recall_demod_info_configure().get_tx_pattern().size()); };
-    maker.table.push_back({ "cfg_dma_recall_demod_info", "bits", "pattern length", " bits", { settings_kind_t::bits, {} }, {}, {},
-                            count });
+    maker.table.push_back(
+        { "cfg_dma_recall_demod_info", "bits", "pattern length", " bits", { settings_kind_t::bits, {} }, {}, {}, count });
     maker.add("payload_data_type", "payload", &record_t::get_payload_data_type);
 }
 

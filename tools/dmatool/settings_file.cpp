@@ -35,8 +35,7 @@ bool asks_large_payload(const pugi::xml_node& item)
 
 pugi::xml_node find_settings(const std::string& path, const pugi::xml_document& document)
 {
-    const std::string wanted =
-        vrim::common_lib::lib_xml_common_t::get_protocol_name(vrim::common_lib::protocol_dma_frame);
+    const std::string wanted = vrim::common_lib::lib_xml_common_t::get_protocol_name(vrim::common_lib::protocol_dma_frame);
     // Hosts put settings into documents of their own.
     const pugi::xml_node node = document.find_node([&wanted](const pugi::xml_node& candidate)
                                                    { return wanted == candidate.attribute(settings_protocol).value(); });
@@ -66,8 +65,9 @@ void find_items(settings_tree_t& tree)
     }
     if (tree.items.size() > most_items)
     {
-        fail_file(exit_bad_capture, tree.path,
-                  fmt::format("has {} segment elements, of which 6 have room; expected {} or less", tree.items.size(), most_items));
+        fail_file(
+            exit_bad_capture, tree.path,
+            fmt::format("has {} segment elements, of which 6 have room; expected {} or less", tree.items.size(), most_items));
     }
 }
 
@@ -115,9 +115,9 @@ void fill_tree(settings_tree_t& tree, const lib_dma_frame_configure_manager_t& f
             continue;
         }
         const settings_value_t value = field.get(frame, segment);
-        const bool nameless = field.form.kind == settings_kind_t::enumerator &&
-                              std::find(field.form.names.begin(), field.form.names.end(), std::get<std::string>(value)) ==
-                                  field.form.names.end();
+        const bool nameless =
+            field.form.kind == settings_kind_t::enumerator &&
+            std::find(field.form.names.begin(), field.form.names.end(), std::get<std::string>(value)) == field.form.names.end();
         if (nameless)
         {
             throw tool_error_t(exit_usage,
@@ -148,7 +148,7 @@ std::vector<std::string> recall_settings(const settings_tree_t& tree, bool allow
     {
         throw tool_error_t(exit_usage,
                            fmt::format("{} asks for the payload {} in {} of its segments: each builds a pattern of 2147483647 "
-                                       "bits, 2 GiB of memory and many seconds; give --allow-large if you want that",
+                                       "bits, 2 GiB of memory and seconds of time; give --allow-large if you want that",
                                        quote(tree.path), large_payload, large));
     }
     const library_output_t output(library_output_t::keep_all_texts, false, {});

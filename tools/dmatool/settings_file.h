@@ -15,8 +15,8 @@ struct settings_tree_t
 {
     std::string path;
     pugi::xml_document document;
-    pugi::xml_node node;              ///< the one with the settings' protocol
-    pugi::xml_node frame;             ///< its frame; may be absent
+    pugi::xml_node node;               ///< the one with the settings' protocol
+    pugi::xml_node frame;              ///< its frame; may be absent
     std::vector<pugi::xml_node> items; ///< the segment elements
 };
 

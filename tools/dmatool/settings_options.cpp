@@ -24,17 +24,51 @@ namespace
 {
 constexpr double longest_search = 1.0e6; // s, as for --search-length
 constexpr std::size_t most_sync_bits = 4096;
+constexpr std::size_t most_change_notes = 10;
 
 /// Elements that the report tells, or that an analysis does not look at.
-constexpr std::array<std::string_view, 42> told_elements = {
-    "segment_number", "frame_current_segment_index", "search_length", "sync_offset", "sync_pattern_type", "sync_pattern_bit",
-    "sync_pattern_hex", "sync_pattern_int", "enable_mannual_data_sample_rate", "mannual_data_sample_rate", "bandwidth",
-    "sync_search", "meas_interval", "meas_offset", "meas_filter_type", "ref_filter_type", "filter_alpha", "filter_beta",
-    "filter_length", "format_group", "psk_format", "qam_format", "fsk_format", "msk_format", "ask_format", "apsk_format",
-    "dpsk_format", "oqpsk_format", "vsb_format", "custom_iq_format", "other_format", "symbol_rate", "points_per_symbol",
-    "constellation_sym_index", "const_iq_map_data", "const_iq_map_data_symbol", "iq_rotation", "clock_adjust",
-    "evm_normalization_ref", "total_bits_len", "bits", "payload_data_type"
-};
+constexpr std::array<std::string_view, 42> told_elements = { "segment_number",
+                                                             "frame_current_segment_index",
+                                                             "search_length",
+                                                             "sync_offset",
+                                                             "sync_pattern_type",
+                                                             "sync_pattern_bit",
+                                                             "sync_pattern_hex",
+                                                             "sync_pattern_int",
+                                                             "enable_mannual_data_sample_rate",
+                                                             "mannual_data_sample_rate",
+                                                             "bandwidth",
+                                                             "sync_search",
+                                                             "meas_interval",
+                                                             "meas_offset",
+                                                             "meas_filter_type",
+                                                             "ref_filter_type",
+                                                             "filter_alpha",
+                                                             "filter_beta",
+                                                             "filter_length",
+                                                             "format_group",
+                                                             "psk_format",
+                                                             "qam_format",
+                                                             "fsk_format",
+                                                             "msk_format",
+                                                             "ask_format",
+                                                             "apsk_format",
+                                                             "dpsk_format",
+                                                             "oqpsk_format",
+                                                             "vsb_format",
+                                                             "custom_iq_format",
+                                                             "other_format",
+                                                             "symbol_rate",
+                                                             "points_per_symbol",
+                                                             "constellation_sym_index",
+                                                             "const_iq_map_data",
+                                                             "const_iq_map_data_symbol",
+                                                             "iq_rotation",
+                                                             "clock_adjust",
+                                                             "evm_normalization_ref",
+                                                             "total_bits_len",
+                                                             "bits",
+                                                             "payload_data_type" };
 
 struct option_element_t
 {
@@ -88,8 +122,8 @@ void note_overrides(const analyze_arguments_t& arguments, const std::vector<opti
     const lib_dma_modulation_type_t group = frame.get_segment(0).get_format_configure().get_format_group();
     const auto note = [&](const std::string& option, const std::string& text, const std::string& element)
     {
-        options.overrides.push_back(fmt::format("{} {} stands in place of {} {} of the settings file", option, quote(text), element,
-                                                quote_short(get_value_text(get_value(frame, element)))));
+        options.overrides.push_back(fmt::format("{} {} stands in place of {} {} of the settings file", option, quote(text),
+                                                element, quote_short(get_value_text(get_value(frame, element)))));
     };
     if (arguments.group)
     {
@@ -117,14 +151,15 @@ void check_numbers(const std::string& path, const lib_dma_frame_configure_manage
         const settings_value_t value = field.get(frame, frame.get_segment(0));
         if (!std::isfinite(get_value_number(value)) && !is_given(rows, field.name))
         {
-            fail_file(exit_bad_capture, path, fmt::format("has the {} {}, which is no finite number", field.name, get_value_text(value)));
+            fail_file(exit_bad_capture, path,
+                      fmt::format("has the {} {}, which is no finite number", field.name, get_value_text(value)));
         }
     }
     if (!is_given(rows, "search_length") && frame.get_search_length() > longest_search)
     {
         fail_file(exit_bad_capture, path,
-                  fmt::format("has the search_length {} s, expected {} s or less; give --search-length", frame.get_search_length(),
-                              longest_search));
+                  fmt::format("has the search_length {} s, expected {} s or less; give --search-length",
+                              frame.get_search_length(), longest_search));
     }
     const std::int32_t offset = frame.get_segment(0).get_time_configure().get_meas_offset();
     if (!is_given(rows, "meas_offset") && offset < -1)
@@ -149,18 +184,20 @@ std::string make_sync_bits(const std::string& path, const lib_dma_frame_configur
     }
     if (bits.size() > most_sync_bits)
     {
-        fail_file(exit_bad_capture, path, fmt::format("has a sync word of {} bits, expected {} or less; give --sync", bits.size(), most_sync_bits));
+        fail_file(exit_bad_capture, path,
+                  fmt::format("has a sync word of {} bits, expected {} or less; give --sync", bits.size(), most_sync_bits));
     }
     return get_bits_text(bits);
 }
 
-void take_filters(const std::string& path, const lib_dma_filter_configure_manager_t& filter,
-                  const analyze_arguments_t& arguments, analyze_options_t& options)
+void take_filters(const std::string& path, const lib_dma_filter_configure_manager_t& filter, const analyze_arguments_t& arguments,
+                  analyze_options_t& options)
 {
     const auto find = [&](const std::vector<filter_row_t>& table, std::uint32_t value, bool given,
                           const char* option) -> const filter_row_t*
     {
-        const auto row = std::find_if(table.begin(), table.end(), [value](const filter_row_t& entry) { return entry.value == value; });
+        const auto row =
+            std::find_if(table.begin(), table.end(), [value](const filter_row_t& entry) { return entry.value == value; });
         if (row == table.end() && !given)
         {
             fail_file(exit_bad_capture, path,
@@ -168,8 +205,10 @@ void take_filters(const std::string& path, const lib_dma_filter_configure_manage
         }
         return row == table.end() ? nullptr : &*row;
     };
-    options.meas_filter = find(get_meas_filter_table(), filter.get_meas_filter_type(), arguments.meas_filter.has_value(), "--meas-filter");
-    options.ref_filter = find(get_ref_filter_table(), filter.get_ref_filter_type(), arguments.ref_filter.has_value(), "--ref-filter");
+    options.meas_filter =
+        find(get_meas_filter_table(), filter.get_meas_filter_type(), arguments.meas_filter.has_value(), "--meas-filter");
+    options.ref_filter =
+        find(get_ref_filter_table(), filter.get_ref_filter_type(), arguments.ref_filter.has_value(), "--ref-filter");
     options.alpha = filter.get_filter_alpha();
     options.beta = filter.get_filter_beta();
     options.filter_length = filter.get_filter_length();
@@ -205,14 +244,20 @@ void take_values(const std::string& path, const analyze_arguments_t& arguments, 
 
 void note_settings(const std::string& path, const settings_check_t& check, std::size_t segments, analyze_options_t& options)
 {
-    const auto counts = [](const settings_change_t& change) { return !change.made_good; };
-    const auto changed = static_cast<std::size_t>(std::count_if(check.changes.begin(), check.changes.end(), counts)) + check.passed_over;
-    if (changed > 0)
+    std::size_t changed = 0;
+    for (const settings_change_t& change : check.changes)
     {
-        const auto first = std::find_if(check.changes.begin(), check.changes.end(), counts);
+        if (!change.made_good && ++changed <= most_change_notes)
+        {
+            options.settings_notes.push_back("the settings file is not taken as it stands: " + get_change_text(change));
+        }
+    }
+    if (changed + check.passed_over > most_change_notes)
+    {
         options.settings_notes.push_back(
-            fmt::format("the settings file is not taken as it stands in {} {}; the first: {}; see dmatool settings check {}", changed,
-                        changed == 1 ? "place" : "places", get_change_text(*first), quote(path)));
+            fmt::format("{} more values of the settings file are not taken as they stand; see dmatool "
+                        "settings check {}",
+                        changed + check.passed_over - most_change_notes, quote(path)));
     }
     if (segments > 1)
     {

@@ -125,7 +125,8 @@ std::string make_check_json_report(const std::string& path, const settings_check
     out["changes"] = json_t::array();
     for (const settings_change_t& change : check.changes)
     {
-        out["changes"].push_back({ { "path", change.path }, { "file", change.file }, { "kept", change.kept }, { "why", change.why } });
+        out["changes"].push_back(
+            { { "path", change.path }, { "file", change.file }, { "kept", change.kept }, { "why", change.why } });
     }
     out["notes"] = check.notes;
     return dump(out);
