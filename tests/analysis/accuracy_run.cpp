@@ -76,6 +76,11 @@ void figure_t::add(double value)
     values_.push_back(value);
 }
 
+bool figure_t::is_empty() const
+{
+    return values_.empty();
+}
+
 double figure_t::get_mean() const
 {
     return std::accumulate(values_.begin(), values_.end(), 0.0) / static_cast<double>(values_.size());

@@ -25,6 +25,7 @@ class figure_t
 {
 public:
     void add(double value);
+    bool is_empty() const;
     double get_mean() const;
     double get_rms() const;
     double get_deviation() const; ///< standard deviation

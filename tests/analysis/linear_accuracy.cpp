@@ -212,9 +212,9 @@ accuracy_section_t measure_linear_noisy_spread()
     accuracy_section_t section = {
         "QAM, APSK, ASK, DPSK: signals with noise, spread",
         "As in the section before, seeds 101 to 350; the bars are those of that section. 30 dB are few for 128QAM: the carrier "
-        "loop counts as locked in short pieces only, and the line through its phase starts late or takes in a slip. A model of the "
-        "loop in double precision on ideal symbols shows the same failures: in 82 of 400 runs the line is more than 5 Hz off, "
-        "before the last fine fit, which makes up for small ones",
+        "loop counts as locked in short pieces only, and the line through its phase starts late or takes in a slip. A model of "
+        "the loop in double precision on ideal symbols shows the same failures: in 82 of 400 runs the line is more than 5 Hz "
+        "off, before the last fine fit, which makes up for small ones",
         {}
     };
     for (const signal_format_t format : join({ sparse_qam, apsk, ask, dpsk }))
@@ -324,7 +324,8 @@ accuracy_section_t measure_needed_snr()
         "SNR that right decisions take",
         "Roll-off 0.5, carrier 1234.5 Hz high, seeds 1 to 200, or 1 to 50 where records are long. A run fails when one decoded "
         "symbol is wrong. Up to 1024QAM the carrier line is off then, by up to some hundred hertz. The level of the decisions is "
-        "the rms of the data at hand, which is why longer records of 16ASK and 4096QAM, and of 2048QAM from 50 dB on, decide better",
+        "the rms of the data at hand, which is why longer records of 16ASK and 4096QAM, and of 2048QAM from 50 dB on, decide "
+        "better",
         {}
     };
     for (const trial_t& trial : trials)
