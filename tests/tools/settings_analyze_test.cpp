@@ -247,7 +247,7 @@ TEST(SettingsAnalyze, ASearchWithoutAWordIsLeftOut)
     std::string text = run_settings("write --sample-rate 4e6 " + signal_words).output;
     // A number of 0 makes no bits.
     text = change_element(change_element(text, "sync_search", "1"), "sync_pattern_type", "LIB_DMA_SYNC_INT_PATTERN");
-    for (const std::string& state : { "false", "true" })
+    for (const char* state : { "false", "true" })
     {
         const json report = get_report("--settings " + folder.write("word.xml", change_element(text, "ber_state", state)));
         EXPECT_EQ(report.at("settings").at("sync_search"), false);
