@@ -241,6 +241,21 @@ TEST(SettingsAnalyze, ASyncWordOfAFileIsSearchedAsTheOptionIs)
     EXPECT_EQ(get_report("--settings " + hex).at("segments"), direct.at("segments"));
 }
 
+TEST(SettingsAnalyze, ASearchWithoutAWordIsLeftOut)
+{
+    const scratch_folder_t folder;
+    std::string text = run_settings("write --sample-rate 4e6 " + signal_words).output;
+    // A number of 0 makes no bits.
+    text = change_element(change_element(text, "sync_search", "1"), "sync_pattern_type", "LIB_DMA_SYNC_INT_PATTERN");
+    for (const char* state : { "false", "true" })
+    {
+        const json report = get_report("--settings " + folder.write("word.xml", change_element(text, "ber_state", state)));
+        EXPECT_EQ(report.at("settings").at("sync_search"), false);
+        EXPECT_EQ(report.at("segments"), get_report(signal_words).at("segments"));
+        EXPECT_NE(report.at("notes").dump().find("has no sync word"), std::string::npos);
+    }
+}
+
 TEST(SettingsAnalyze, OptionsOverrideTheFileAndVerboseSaysWhich)
 {
     const scratch_folder_t folder;

@@ -235,10 +235,6 @@ void take_values(const std::string& path, const analyze_arguments_t& arguments, 
     if (frame.get_sync_search() && !arguments.sync)
     {
         options.sync_bits = make_sync_bits(path, frame);
-        if (options.sync_bits.empty())
-        {
-            options.settings_notes.push_back("the settings file turns the sync search on and has no sync word");
-        }
     }
 }
 
@@ -307,6 +303,14 @@ void take_settings_file(const analyze_arguments_t& arguments, analyze_options_t&
     const std::vector<option_element_t> rows = get_option_elements(arguments);
     check_numbers(path, *frame, rows);
     take_values(path, arguments, options);
+    if (frame->get_sync_search() && options.sync_bits.empty() && !arguments.sync)
+    {
+        // A search for nothing would be reported as a word that was found.
+        frame->get_segment(0).get_recall_demod_info_configure().set_ber_state(false);
+        frame->set_sync_search(false);
+        options.settings_notes.push_back(
+            "the settings file turns the sync search on and has no sync word, so nothing is searched");
+    }
     if (!tree.items.empty() && tree.items.size() <= lib_dma_frame_configure_manager_t::max_segment_number)
     {
         options.offset = find_searched_offset(tree.items.front().child("cfg_dma_time"), *frame).value_or(options.offset);
