@@ -588,7 +588,6 @@ TEST(Driver, SaysWhichGroupsItCannotDemodulateYet)
         lib_dma_modulation_type_t group;
         const char* text;
     } groups[] = {
-        { LIB_DMA_GROUP_FSK, "deal_demo_process:fsk demod error!\n" },
         { LIB_DMA_GROUP_MSK, "deal_demo_process:msk demod error!\n" },
         { LIB_DMA_GROUP_OQPSK, "deal_demo_process:oqpsk demod error!\n" },
     };
@@ -747,7 +746,7 @@ TEST(Driver, TakesTheWholeWindowForALaterSegmentWithoutRoomForItsRunIn)
 TEST(Driver, KeepsTheResultsOfSegmentsBeforeAFailure)
 {
     segment_setting_t second;
-    second.group = LIB_DMA_GROUP_FSK;
+    second.group = LIB_DMA_GROUP_MSK;
     second.offset = 200;
     const dma_test::signal_t signal = make_qpsk(800, 4);
     lib_dma_phy_t analyser = make_analyser(make_frame({ {}, second, {} }), signal.samples, 4e6);
