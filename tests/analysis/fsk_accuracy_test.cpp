@@ -197,7 +197,7 @@ TEST(FskAccuracy, FindsTheCarrierUpToTheSymbolRate)
 
 TEST(FskAccuracy, LosesNothingOnALongRecordFarOffTheCentre)
 {
-    // An unwrapped phase would reach 2.5e5 radians here and leave steps of 0.016: 2 % of a sample's share of the deviation.
+    // An unwrapped phase would reach 2.5e5 radians here, in steps of 0.016: 8 % of what the deviation turns in a sample.
     signal_setting_t setting = make_signal_setting(signal_format_t::fsk2, signal_pulse_t::gaussian, 0.5);
     setting.symbol_count = 40'200;
     setting.carrier_offset_hz = 1.0e6;

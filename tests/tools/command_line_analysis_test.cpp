@@ -9,6 +9,7 @@
 #include <nlohmann/json.hpp>
 
 #include <cmath>
+#include <complex>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -106,6 +107,40 @@ TEST(CommandLineAnalysis, DecodedSymbolsAreThoseSentUpToAQuarterTurn)
         }
     }
     EXPECT_TRUE(found);
+}
+
+TEST(CommandLineAnalysis, TableOfFskHasItsFrequencies)
+{
+    const scratch_folder_t folder;
+    signal_setting_t setting = make_setting();
+    setting.format = dma_test::signal_format_t::fsk4;
+    setting.sample_rate = 8.0e6;
+    setting.deviation_hz = 300e3;
+    setting.balanced_run = 20;
+    const std::vector<std::string> words = { write_capture(folder, setting), "--format", "4FSK", "--symbol-rate", "1e6",
+                                             "--alpha", "0.35" };
+    const tool_result_t result = run_analyze(words);
+    EXPECT_EQ(result.status, 0) << result.errors;
+    for (const char* word : { "FSK 4FSK", "Deviation", "Highest frequency", "Lowest frequency" })
+    {
+        EXPECT_NE(result.output.find(word), std::string::npos) << word;
+    }
+    const nlohmann::json report = analyze_json(words);
+    EXPECT_EQ(report["settings"]["fsk_format"], "LIB_DMA_FSK_4");
+    EXPECT_NEAR(report["segments"][0]["error_summary"]["fsk_deviation"].get<double>(), 300e3, 3e3);
+    // Other groups have no deviation to speak of.
+    const tool_result_t other = run_analyze(with_signal(write_capture(folder, make_setting())));
+    EXPECT_EQ(other.output.find("Deviation"), std::string::npos);
+}
+
+TEST(CommandLineAnalysis, SaysThatACarrierHasNoModulation)
+{
+    const scratch_folder_t folder;
+    const std::vector<std::complex<float>> carrier(12000, { 0.5f, 0.25f });
+    dma_test::write_sigmf(folder.get_path("carrier"), carrier, 8.0e6, "test");
+    const tool_result_t result = run_analyze({ folder.get_path("carrier"), "--format", "2FSK", "--symbol-rate", "1e6" });
+    EXPECT_EQ(result.status, exit_analysis_failed);
+    EXPECT_NE(result.errors.find("There is no modulation"), std::string::npos) << result.errors;
 }
 
 TEST(CommandLineAnalysis, TableNamesFiguresAndUnits)

@@ -222,6 +222,8 @@ std::uint32_t get_group_format(const lib_dma_format_configure_manager_t& record,
         return record.get_apsk_format();
     case LIB_DMA_GROUP_DPSK:
         return record.get_dpsk_format();
+    case LIB_DMA_GROUP_FSK:
+        return record.get_fsk_format();
     default:
         return record.get_psk_format();
     }
