@@ -36,7 +36,8 @@ public:
     /// Stores the value and calls the link; an empty link is reported. @return true
     bool set_ber_state(bool value);
     /// Stores the type and fills the pattern with its sequence: 127, 511, 32767, 8388608 (one more than the period) or
-    /// 2147483647 bits. An unknown type is reported and leaves the pattern empty. @return true
+    /// 2147483647 bits. At one byte a bit the last one, PN31, takes 2 GiB and some seconds. An unknown type is reported and
+    /// leaves the pattern empty. @return true
     bool set_payload_data_type(lib_dma_payload_data_type_t value);
 
     const bit_array& get_tx_pattern() const;

@@ -577,6 +577,38 @@ TEST(SyncPattern, KeepsEveryLengthForBpsk)
     }
 }
 
+TEST(SyncPattern, LeavesACountThatARefusedRemovalRefreshes)
+{
+    // The check cuts the list behind the current segment and leaves the stored count, which only comparisons see.
+    const auto make_cut_frame = []
+    {
+        manager_t frame;
+        frame.set_segment_number(3);
+        EXPECT_TRUE(frame.set_sync_pattern_bit("1011"));
+        return frame;
+    };
+    manager_t counted = make_cut_frame();
+    EXPECT_EQ(counted.get_segment_number(), 1u);
+    manager_t refused = make_cut_frame();
+    EXPECT_NE(refused, counted);
+    EXPECT_FALSE(refused.remove_segment(0));
+    EXPECT_EQ(refused, counted);
+}
+
+TEST(SyncPattern, OfAnIntegerAloneMakesFramesDiffer)
+{
+    const auto make_int_frame = [](std::uint32_t value)
+    {
+        manager_t frame;
+        frame.set_sync_pattern_type(LIB_DMA_SYNC_INT_PATTERN);
+        frame.set_sync_pattern_int(value);
+        frame.set_sync_pattern_hex(""); // of another type: empties the bits and leaves all else
+        return frame;
+    };
+    EXPECT_EQ(make_int_frame(5), make_int_frame(5));
+    EXPECT_NE(make_int_frame(5), make_int_frame(6));
+}
+
 TEST(SyncPattern, TakesTheBitsPerSymbolOfEachGroup)
 {
     struct case_t
@@ -592,7 +624,9 @@ TEST(SyncPattern, TakesTheBitsPerSymbolOfEachGroup)
         { LIB_DMA_GROUP_FSK, 4, 2 },   { LIB_DMA_GROUP_FSK, 16, 4 }, { LIB_DMA_GROUP_FSK, 32, 1 },  { LIB_DMA_GROUP_FSK, 64, 1 },
         { LIB_DMA_GROUP_ASK, 2, 1 },   { LIB_DMA_GROUP_ASK, 16, 4 }, { LIB_DMA_GROUP_APSK, 16, 4 }, { LIB_DMA_GROUP_APSK, 32, 5 },
         { LIB_DMA_GROUP_DPSK, 2, 1 },  { LIB_DMA_GROUP_DPSK, 5, 2 }, { LIB_DMA_GROUP_DPSK, 6, 3 },  { LIB_DMA_GROUP_OQPSK, 0, 2 },
-        { LIB_DMA_GROUP_OQPSK, 1, 2 }, { LIB_DMA_GROUP_MSK, 0, 1 },  { LIB_DMA_GROUP_MSK, 1, 1 },
+        { LIB_DMA_GROUP_OQPSK, 1, 2 }, { LIB_DMA_GROUP_MSK, 0, 1 },  { LIB_DMA_GROUP_MSK, 1, 1 },   { LIB_DMA_GROUP_QAM, 3, 7 },
+        { LIB_DMA_GROUP_QAM, 5, 9 },   { LIB_DMA_GROUP_QAM, 6, 10 }, { LIB_DMA_GROUP_QAM, 9, 4 },   { LIB_DMA_GROUP_FSK, 8, 3 },
+        { LIB_DMA_GROUP_ASK, 4, 2 },   { LIB_DMA_GROUP_ASK, 8, 3 },  { LIB_DMA_GROUP_DPSK, 4, 2 },  { LIB_DMA_GROUP_DPSK, 8, 3 },
     };
     output_capture_t output; // MSK logs that it has no constellation
     for (const case_t& item : cases)

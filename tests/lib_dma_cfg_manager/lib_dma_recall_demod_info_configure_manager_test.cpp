@@ -3,9 +3,11 @@
 #include "output_capture.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <gtest/gtest.h>
 #include <utility>
+#include <vector>
 
 namespace vrim::dma_demod_lib
 {
@@ -77,6 +79,51 @@ TEST(PayloadSequence, OfPn23IsOneBitLongerThanItsPeriodAndStartsFromAllOnes)
     expect_sequence(bits, 8388608, 23, 18);
     EXPECT_EQ(bits.back(), bits.front());
     EXPECT_EQ(std::ranges::count(bits, 1), 4194304 + 1);
+}
+
+/// Counts of runs by length, of zeros and of ones, around one period.
+std::vector<std::array<std::size_t, 2>> count_runs(const bit_array& bits, std::size_t period, std::size_t longest)
+{
+    std::vector<std::array<std::size_t, 2>> runs(longest + 1);
+    std::size_t start = 0;
+    while (bits[start] == bits[(start + period - 1) % period])
+        ++start;
+    for (std::size_t i = 0; i < period;)
+    {
+        const std::uint8_t bit = bits[(start + i) % period];
+        std::size_t length = 0;
+        while (i < period && bits[(start + i) % period] == bit)
+        {
+            ++length;
+            ++i;
+        }
+        ++runs.at(length).at(bit);
+    }
+    return runs;
+}
+
+TEST(PayloadSequence, HasTheRunsOfAMaximalLengthSequence)
+{
+    // S. W. Golomb, Shift Register Sequences, Holden-Day, 1967: 2^(n - k - 2) runs of k zeros and as many of k ones for k up to
+    // n - 2, one run of n - 1 zeros and one of n ones.
+    const std::pair<lib_dma_payload_data_type_t, std::size_t> cases[] = {
+        { LIB_DMA_PN7, 7 }, { LIB_DMA_PN9, 9 }, { LIB_DMA_PN15, 15 }, { LIB_DMA_PN23, 23 }
+    };
+    for (const auto& [type, n] : cases)
+    {
+        manager_t record;
+        record.set_payload_data_type(type);
+        const auto runs = count_runs(record.get_tx_pattern(), (std::size_t(1) << n) - 1, n);
+        for (std::size_t k = 1; k + 2 <= n; ++k)
+        {
+            EXPECT_EQ(runs[k][0], std::size_t(1) << (n - k - 2)) << n << ' ' << k;
+            EXPECT_EQ(runs[k][1], std::size_t(1) << (n - k - 2)) << n << ' ' << k;
+        }
+        EXPECT_EQ(runs[n - 1][0], 1u) << n;
+        EXPECT_EQ(runs[n - 1][1], 0u) << n;
+        EXPECT_EQ(runs[n][0], 0u) << n;
+        EXPECT_EQ(runs[n][1], 1u) << n;
+    }
 }
 
 TEST(PayloadSequence, OfPn31FillsTwoGigabytes)
