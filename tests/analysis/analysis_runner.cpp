@@ -34,6 +34,16 @@ void set_format(const analysis_setting_t& setting, lib_dma_format_configure_mana
     case LIB_DMA_GROUP_DPSK:
         format.set_dpsk_format(static_cast<lib_dma_dpsk_modulation_type_t>(wanted.number));
         return;
+    case LIB_DMA_GROUP_FSK:
+        format.set_fsk_format(static_cast<lib_dma_fsk_modulation_type_t>(wanted.number));
+        return;
+    case LIB_DMA_GROUP_MSK:
+        format.set_msk_format(static_cast<lib_dma_msk_modulation_type_t>(wanted.number));
+        return;
+    case LIB_DMA_GROUP_OQPSK:
+        format.set_oqpsk_format(static_cast<lib_dma_oqpsk_modulation_type_t>(wanted.number));
+        format.set_oqpsk_alig_iq(setting.aligned_iq);
+        return;
     case LIB_DMA_GROUP_APSK:
         break;
     default:
@@ -144,6 +154,23 @@ library_format_t get_library_format(signal_format_t format)
         return { LIB_DMA_GROUP_DPSK, LIB_DMA_MODULATION_PSK_PI_8_D8PSK };
     case signal_format_t::d8psk:
         return { LIB_DMA_GROUP_DPSK, LIB_DMA_MODULATION_PSK_D8PSK };
+    case signal_format_t::fsk2:
+        return { LIB_DMA_GROUP_FSK, LIB_DMA_FSK_2 };
+    case signal_format_t::fsk4:
+        return { LIB_DMA_GROUP_FSK, LIB_DMA_FSK_4 };
+    case signal_format_t::fsk8:
+        return { LIB_DMA_GROUP_FSK, LIB_DMA_FSK_8 };
+    case signal_format_t::fsk16:
+        return { LIB_DMA_GROUP_FSK, LIB_DMA_FSK_16 };
+    case signal_format_t::fsk32:
+        return { LIB_DMA_GROUP_FSK, LIB_DMA_FSK_32 };
+    case signal_format_t::fsk64:
+        return { LIB_DMA_GROUP_FSK, LIB_DMA_FSK_64 };
+    case signal_format_t::msk:
+    case signal_format_t::gmsk:
+        return { LIB_DMA_GROUP_MSK, LIB_DMA_MSK_TYPE1 };
+    case signal_format_t::oqpsk:
+        return { LIB_DMA_GROUP_OQPSK, LIB_DMA_MODULATION_PSK_OFFSET_QPSK };
     }
     throw std::invalid_argument("signal format without a number in the library");
 }
@@ -176,6 +203,7 @@ void set_segment(const analysis_setting_t& setting, lib_dma_segment_configure_ma
     filter.set_meas_filter_type(setting.meas_filter);
     filter.set_ref_filter_type(setting.ref_filter);
     filter.set_filter_alpha(static_cast<float>(setting.alpha));
+    filter.set_filter_beta(static_cast<float>(setting.beta));
     filter.set_filter_length(setting.filter_length);
     lib_dma_time_configure_manager_t& time = segment.get_time_configure();
     time.set_meas_interval(format.get_format_group(), setting.meas_interval);
@@ -247,6 +275,10 @@ decode_match_t match_decoded(signal_format_t format, const std::vector<std::uint
     std::vector<std::vector<std::uint32_t>> turns;
     for (std::uint32_t i = 0; i < info.symmetry; ++i)
         turns.push_back(turn_indices(info.points, 2.0 * std::numbers::pi * i / info.symmetry));
+    std::vector<std::vector<std::uint32_t>> rows(1, sent);
+    if (info.coding == signal_coding_t::offset_point)
+        rows.push_back(turn_offset_symbols(sent));
+    const auto row_count = static_cast<std::uint32_t>(rows.size());
     const std::size_t first = info.coding == signal_coding_t::phase_step ? 1 : 0;
 
     decode_match_t best;
@@ -255,9 +287,13 @@ decode_match_t match_decoded(signal_format_t format, const std::vector<std::uint
     {
         if (static_cast<std::size_t>(lag) + decoded.size() > sent.size())
             break;
-        for (std::uint32_t i = 0; i < info.symmetry; ++i)
+        for (std::uint32_t i = 0; i < info.symmetry * row_count; ++i)
         {
-            const std::size_t differing = count_differing(decoded, sent.data() + lag, turns[i], first, best.differing);
+            const std::vector<std::uint32_t>& row = rows[i % row_count];
+            if (static_cast<std::size_t>(lag) + decoded.size() > row.size())
+                continue;
+            const std::size_t differing =
+                count_differing(decoded, row.data() + lag, turns[i / row_count], first, best.differing);
             if (differing < best.differing)
             {
                 best.differing = differing;

@@ -21,6 +21,7 @@ struct analysis_setting_t
     vrim::dma_demod_lib::lib_dma_meas_filter_type_t meas_filter = vrim::dma_demod_lib::LIB_DMA_MEAS_ROOT_RAISED_COSINE_FILTER;
     vrim::dma_demod_lib::lib_dma_ref_filter_type_t ref_filter = vrim::dma_demod_lib::LIB_DMA_REF_RAISED_COSINE_FILTER;
     double alpha = 0.35;
+    double beta = 0.6;                    ///< bandwidth-time product of a Gaussian reference filter
     std::uint32_t filter_length = 64;     ///< symbols
     std::uint32_t meas_interval = 1000;   ///< symbols
     std::int32_t meas_offset = 0;         ///< symbols
@@ -31,6 +32,7 @@ struct analysis_setting_t
     float sync_offset = 0.0f;
     float iq_rotation = 0.0f; ///< degrees
     bool inverted = false;
+    bool aligned_iq = false;     ///< OQPSK: results on the grid of whole symbols
     vrim::constellation_map map; ///< empty: the format's own points
 };
 
@@ -56,7 +58,8 @@ struct decode_match_t
 {
     bool found = false;
     std::int32_t lag = 0;       ///< symbol of the record that stands first in the decoded ones
-    std::uint32_t rotation = 0; ///< turn of the decoded points against the sent ones, steps of 2 pi / symmetry of the format
+    /// Turn of the decoded points against the sent ones, steps of 2 pi / symmetry of the format; of OQPSK quarter turns.
+    std::uint32_t rotation = 0;
     std::size_t differing = 0;  ///< symbols that differ under the best turn and lag
 };
 
@@ -88,7 +91,8 @@ analysis_result_t take_result(vrim::dma_demod_lib::lib_dma_phy_t& analyser, std:
 
 /// Looks for decoded symbols in those that were sent, under every common turn that carries the format's points onto each other
 /// and for every first symbol from `first_lag` to `last_lag`. Of differential formats the first decoded symbol is not compared,
-/// since the phase before it may be unknown, and no turn is tried, since steps have none.
+/// since the phase before it may be unknown, and no turn is tried, since steps have none. OQPSK is also looked for a quarter turn
+/// on, where its rails change places and the symbols pair anew.
 /// @return the place where the fewest symbols differ; `found` when none does
 decode_match_t match_decoded(signal_format_t format, const std::vector<std::uint32_t>& decoded,
                              const std::vector<std::uint32_t>& sent, std::int32_t first_lag, std::int32_t last_lag);
