@@ -7,6 +7,7 @@
 #include "lib_dma_demod/lib_dma_apsk_demod.h"
 #include "lib_dma_demod/lib_dma_ask_demod.h"
 #include "lib_dma_demod/lib_dma_dpsk_demod.h"
+#include "lib_dma_demod/lib_dma_oqpsk_demod.h"
 #include "lib_dma_demod/lib_dma_psk_demod.h"
 #include "lib_dma_demod/lib_dma_qam_demod.h"
 #include "lib_dma_phy_data_manager.h"
@@ -186,6 +187,7 @@ private:
     lib_dma_dpsk_demod_t dpsk_demod_;
     lib_dma_ask_demod_t ask_demod_;
     lib_dma_apsk_demod_t apsk_demod_;
+    lib_dma_oqpsk_demod_t oqpsk_demod_;
     double sample_rate_ = 0.0;
     bool sample_rate_flag_ = false;
 };

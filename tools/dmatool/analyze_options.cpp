@@ -105,6 +105,9 @@ void add_analyze_options(CLI::App& command, analyze_arguments_t& arguments)
     add("--clock-adjust", arguments.clock_adjust, "symbols, -0.5 to 0.5 [0]", measurement);
     add("--iq-rotation", arguments.iq_rotation, "degrees, -360 to 360 [0]", measurement);
 
+    command.add_flag("--align-iq", arguments.align_iq, "of OQPSK: results at whole symbols only, not at half ones too")
+        ->group(measurement);
+
     const char* const report = "Report";
     command.add_flag("--json", arguments.json, "one JSON document instead of the table")->group(report);
     command.add_flag("--traces", arguments.traces, "with --json: traces, constellations and waveforms too")->group(report);
@@ -176,6 +179,7 @@ analyze_options_t parse_analyze_options(const analyze_arguments_t& arguments)
     take_real("--clock-adjust", arguments.clock_adjust, { -0.5, 0.5, " symbols" }, options.clock_adjust);
     take_real("--iq-rotation", arguments.iq_rotation, { -360.0, 360.0, " degrees" }, options.iq_rotation);
 
+    options.align_iq = arguments.align_iq;
     options.json = arguments.json;
     options.traces = arguments.traces;
     options.verbose = arguments.verbose;
