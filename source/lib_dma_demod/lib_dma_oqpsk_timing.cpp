@@ -46,31 +46,36 @@ void unwrap_slow_track(float_array& phases)
     }
 }
 
-/// Angle of the sum of data[n] * filtered[n] over every window of `window` samples, one window a sample. A window is the
-/// difference of two running sums in double, so its length costs nothing.
-float_array cal_window_phases(const complex_array& data, const complex_array& filtered, std::size_t window, std::size_t count)
+/// out[n] *= data[n]. What is not finite becomes 0, so that it leaves the running sums alone.
+DMA_COMPLEX_CLONES
+void multiply_finite(const std::complex<float>* data, std::complex<float>* out, std::size_t count)
+{
+    for (std::size_t n = 0; n < count; ++n)
+        out[n] = finite_or_zero(complex_product(out[n], data[n]));
+}
+
+/// Angle of the sum over every window of `window` samples, one window a sample. A window is the difference of two running
+/// sums in double, so its length costs nothing.
+float_array cal_window_phases(const complex_array& data, std::size_t window, std::size_t count)
 {
     complex_array sums(count);
     double lead_re = 0.0;
     double lead_im = 0.0;
     double tail_re = 0.0;
     double tail_im = 0.0;
-    const auto get_product = [&](std::size_t n) { return finite_or_zero(complex_product(data[n], filtered[n])); };
     for (std::size_t n = 0; n + 1 < window; ++n)
     {
-        const std::complex<float> product = get_product(n);
-        lead_re += static_cast<double>(product.real());
-        lead_im += static_cast<double>(product.imag());
+        lead_re += static_cast<double>(data[n].real());
+        lead_im += static_cast<double>(data[n].imag());
     }
     for (std::size_t i = 0; i < count; ++i)
     {
-        const std::complex<float> entering = get_product(i + window - 1);
+        const std::complex<float> entering = data[i + window - 1];
         lead_re += static_cast<double>(entering.real());
         lead_im += static_cast<double>(entering.imag());
         sums[i] = { static_cast<float>(lead_re - tail_re), static_cast<float>(lead_im - tail_im) };
-        const std::complex<float> leaving = get_product(i);
-        tail_re += static_cast<double>(leaving.real());
-        tail_im += static_cast<double>(leaving.imag());
+        tail_re += static_cast<double>(data[i].real());
+        tail_im += static_cast<double>(data[i].imag());
     }
     float_array phases;
     lib_common_math_t::get_complex_array_phase(sums, phases);
@@ -165,16 +170,16 @@ float_array lib_dma_oqpsk_demod_t::_cal_line_phase(const complex_array& data, fl
     // The tap in the middle of the template sees the sample itself.
     const std::size_t front = taps == 0 ? 0 : taps - 1 - taps / 2;
     complex_array padded(front + data.size() + taps / 2, { 0.0f, 0.0f });
-    for (std::size_t n = 0, phase = 0; n < data.size(); ++n)
+    for (std::size_t start = 0; start < data.size(); start += mixer.size())
     {
-        padded[front + n] = complex_product(finite_or_zero(data[n]), mixer[phase]);
-        if (++phase == mixer.size())
-            phase = 0;
+        const std::size_t length = std::min(mixer.size(), data.size() - start);
+        for (std::size_t n = 0; n < length; ++n)
+            padded[front + start + n] = complex_product(finite_or_zero(data[start + n]), mixer[n]);
     }
     complex_array filtered(data.size());
     common_lib::correlate_real_taps(padded.data(), kernel.data(), taps, filtered.data(), filtered.size());
-    padded.erase(padded.begin(), padded.begin() + static_cast<std::ptrdiff_t>(front));
-    float_array phases = cal_window_phases(padded, filtered, window_symbols * setting.sps, count);
+    multiply_finite(padded.data() + front, filtered.data(), filtered.size());
+    float_array phases = cal_window_phases(filtered, window_symbols * setting.sps, count);
     unwrap_slow_track(phases);
     return phases;
 }
