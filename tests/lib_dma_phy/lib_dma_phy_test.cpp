@@ -590,7 +590,6 @@ TEST(Driver, SaysWhichGroupsItCannotDemodulateYet)
     } groups[] = {
         { LIB_DMA_GROUP_FSK, "deal_demo_process:fsk demod error!\n" },
         { LIB_DMA_GROUP_MSK, "deal_demo_process:msk demod error!\n" },
-        { LIB_DMA_GROUP_OQPSK, "deal_demo_process:oqpsk demod error!\n" },
     };
     const complex_array samples = make_qpsk(800, 4).samples;
     for (const auto& entry : groups)
