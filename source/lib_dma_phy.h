@@ -8,6 +8,7 @@
 #include "lib_dma_demod/lib_dma_ask_demod.h"
 #include "lib_dma_demod/lib_dma_dpsk_demod.h"
 #include "lib_dma_demod/lib_dma_fsk_demod.h"
+#include "lib_dma_demod/lib_dma_oqpsk_demod.h"
 #include "lib_dma_demod/lib_dma_psk_demod.h"
 #include "lib_dma_demod/lib_dma_qam_demod.h"
 #include "lib_dma_phy_data_manager.h"
@@ -188,6 +189,7 @@ private:
     lib_dma_fsk_demod_t fsk_demod_;
     lib_dma_ask_demod_t ask_demod_;
     lib_dma_apsk_demod_t apsk_demod_;
+    lib_dma_oqpsk_demod_t oqpsk_demod_;
     double sample_rate_ = 0.0;
     bool sample_rate_flag_ = false;
 };

@@ -201,6 +201,9 @@ void set_group_format(lib_dma_format_configure_manager_t& record, const format_c
     case LIB_DMA_GROUP_APSK:
         record.set_apsk_format(static_cast<lib_dma_apsk_modulation_type_t>(value));
         break;
+    case LIB_DMA_GROUP_OQPSK:
+        record.set_oqpsk_format(static_cast<lib_dma_oqpsk_modulation_type_t>(value));
+        break;
     case LIB_DMA_GROUP_DPSK:
         record.set_dpsk_format(static_cast<lib_dma_dpsk_modulation_type_t>(value));
         break;
@@ -257,6 +260,7 @@ lib_dma_frame_configure_manager_t make_frame(const analyze_options_t& options, s
 
     lib_dma_format_configure_manager_t& format = segment.get_format_configure();
     take_format(options, format);
+    format.set_oqpsk_alig_iq(options.align_iq);
     format.set_symbol_rate(options.symbol_rate);
     format.set_points_per_symbol(static_cast<lib_dma_point_per_symbol_type_t>(options.points_per_symbol));
 
