@@ -33,6 +33,11 @@ signal_format_info_t make_dpsk(signal_format_t format, const std::string& name, 
     return { format, name, bits, std::move(steps), turn, 1, signal_coding_t::phase_step };
 }
 
+signal_format_info_t make_frequency(signal_format_t format, const std::string& name, std::uint32_t bits)
+{
+    return { format, name, bits, make_tone_levels(1U << bits), 0.0, 1, signal_coding_t::frequency };
+}
+
 std::vector<signal_format_info_t> make_formats()
 {
     const point_set_t two = { { -1.0, 0.0 }, { 1.0, 0.0 } };
@@ -67,6 +72,15 @@ std::vector<signal_format_info_t> make_formats()
         make_dpsk(signal_format_t::dqpsk_pi_4, "PI/4-DQPSK", 2, quarters, pi / 4.0),
         make_dpsk(signal_format_t::d8psk_pi_8, "PI/8-D8PSK", 3, eighths, pi / 8.0),
         make_dpsk(signal_format_t::d8psk, "D8PSK", 3, eighths),
+        make_frequency(signal_format_t::fsk2, "2FSK", 1),
+        make_frequency(signal_format_t::fsk4, "4FSK", 2),
+        make_frequency(signal_format_t::fsk8, "8FSK", 3),
+        make_frequency(signal_format_t::fsk16, "16FSK", 4),
+        make_frequency(signal_format_t::fsk32, "32FSK", 5),
+        make_frequency(signal_format_t::fsk64, "64FSK", 6),
+        make_frequency(signal_format_t::msk, "MSK", 1),
+        make_frequency(signal_format_t::gmsk, "GMSK", 1),
+        { signal_format_t::oqpsk, "OQPSK", 2, diagonal, 0.0, 2, signal_coding_t::offset_point },
     };
 }
 

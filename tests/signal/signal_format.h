@@ -36,16 +36,27 @@ enum class signal_format_t
     dqpsk_pi_4, ///< DQPSK with pi / 4 more at each step
     d8psk_pi_8, ///< D8PSK with pi / 8 more at each step
     d8psk,
+    fsk2,
+    fsk4,
+    fsk8,
+    fsk16,
+    fsk32,
+    fsk64,
+    msk,   ///< 2FSK of rectangular pulses, a quarter of the symbol rate to either side
+    gmsk,  ///< MSK of Gaussian pulses
+    oqpsk, ///< QPSK whose Q rail comes half a symbol later
 };
 
 /// What a symbol index stands for.
 enum class signal_coding_t
 {
-    point,      ///< a point of the set
-    phase_step, ///< a turn from the symbol before, given as a point on the unit circle
+    point,        ///< a point of the set
+    phase_step,   ///< a turn from the symbol before, given as a point on the unit circle
+    frequency,    ///< a share of the peak deviation, given as a real point
+    offset_point, ///< a point whose Q part comes half a symbol behind its I part
 };
 
-/// What a linear format is: a point, or a phase step, for each index at unit rms, and a fixed turn.
+/// What a format is: what each index stands for, points and steps at unit rms, and a fixed turn.
 struct signal_format_info_t
 {
     signal_format_t format;
@@ -53,7 +64,8 @@ struct signal_format_info_t
     std::uint32_t bits_per_symbol;
     std::vector<std::complex<double>> points; ///< by symbol index
     double turn;                              ///< radians per symbol, counter-clockwise; symbol 0 is not turned
-    std::uint32_t symmetry;                   ///< turns that carry the transmitted points onto each other and stay unseen
+    /// Turns that carry the transmitted points onto each other and stay unseen. Those of OQPSK keep its rails apart.
+    std::uint32_t symmetry;
     signal_coding_t coding = signal_coding_t::point;
 };
 
@@ -65,7 +77,8 @@ constexpr double apsk32_r3_r1 = 5.27;
 /// Formats, in the order of the enumeration.
 /// Points: BPSK 1 at +1 and 0 at -1; QPSK 1, 0, 2, 3 at 45, 135, 225, 315 degrees; 8PSK index k at k * 45 degrees; QAM, ASK and
 /// APSK (at its usual ring ratios) as in signal_points.h. Steps: DBPSK 1 none and 0 half a turn; DQPSK index k k * 90 degrees,
-/// D8PSK k * 45 degrees.
+/// D8PSK k * 45 degrees. FSK: the lower half of the indices rises from the level -1, the upper half falls from 1, all in equal
+/// steps. MSK and GMSK: 0 at -1, 1 at 1. OQPSK as QPSK.
 const std::vector<signal_format_info_t>& get_signal_formats();
 const signal_format_info_t& get_signal_format(signal_format_t format);
 /// @return null when no format has the name; case does not count

@@ -1,12 +1,14 @@
 #include "signal_maker.h"
 
+#include "frequency_modulator.h"
 #include "signal_random.h"
+#include "symbol_window.h"
 
 #include <algorithm>
 #include <cmath>
 #include <numbers>
-#include <numeric>
 #include <stdexcept>
+#include <utility>
 
 namespace dma_test
 {
@@ -14,8 +16,6 @@ namespace
 {
 constexpr double pi = std::numbers::pi;
 constexpr std::uint32_t shortest_half_span_symbols = 40;
-// 8192 rows of 320 taps are 20 MiB; a ratio with more phases is evaluated tap by tap.
-constexpr std::uint64_t most_table_rows = 8192;
 // Keeps the noise apart from data drawn with the same seed.
 constexpr std::uint64_t noise_stream = 0x9E3779B97F4A7C15ULL;
 
@@ -36,6 +36,44 @@ void check_setting(const signal_setting_t& setting)
     }
 }
 
+/// Draws anew each run of `length` symbols, so that it has every symbol equally often, those of the sync word counted in.
+void balance_runs(const signal_setting_t& setting, std::uint32_t order, signal_random_t& random,
+                  std::vector<std::uint32_t>& record)
+{
+    const std::uint32_t length = setting.balanced_run;
+    if (length % order != 0 || record.size() % length != 0)
+    {
+        throw std::invalid_argument("balanced runs must divide the record and be divisible by the count of symbols");
+    }
+    const auto is_sync = [&](std::size_t i)
+    { return i >= setting.sync_position && i - setting.sync_position < setting.sync_symbols.size(); };
+    for (std::size_t first = 0; first < record.size(); first += length)
+    {
+        std::vector<std::uint32_t> rest(order, length / order);
+        for (std::size_t i = first; i < first + length; ++i)
+        {
+            if (is_sync(i) && rest[record[i]]-- == 0)
+            {
+                throw std::invalid_argument("the sync word has too many equal symbols for a balanced run");
+            }
+        }
+        std::vector<std::uint32_t> stock;
+        for (std::uint32_t symbol = 0; symbol < order; ++symbol)
+        {
+            stock.insert(stock.end(), rest[symbol], symbol);
+        }
+        for (std::size_t i = first; i < first + length; ++i)
+        {
+            if (!is_sync(i))
+            {
+                std::swap(stock[random.get_index(static_cast<std::uint32_t>(stock.size()))], stock.back());
+                record[i] = stock.back();
+                stock.pop_back();
+            }
+        }
+    }
+}
+
 /// Symbols of the record with `lead` more in front of it and behind it. The record's own symbols are drawn first, so that
 /// they do not change with the length of the pulse.
 std::vector<std::uint32_t> draw_symbols(const signal_setting_t& setting, std::uint32_t order, std::size_t lead)
@@ -50,6 +88,10 @@ std::vector<std::uint32_t> draw_symbols(const signal_setting_t& setting, std::ui
             throw std::invalid_argument("the sync word has a symbol that the format does not have");
         }
         record[setting.sync_position + i] = setting.sync_symbols[i];
+    }
+    if (setting.balanced_run > 0)
+    {
+        balance_runs(setting, order, random, record);
     }
 
     std::vector<std::uint32_t> symbols(lead);
@@ -119,111 +161,120 @@ std::vector<std::complex<double>> map_symbols(const signal_setting_t& setting, c
     return points;
 }
 
-/// Sums points * pulse at each sample. `lead` symbols stand before symbol 0.
-class pulse_shaper_t
+/// Sums points * pulse at each sample. `lead` points stand before that of symbol 0.
+std::vector<std::complex<double>> shape_points(const signal_setting_t& setting, const std::vector<std::complex<double>>& points,
+                                               std::size_t lead, std::size_t count)
 {
-public:
-    pulse_shaper_t(const signal_setting_t& setting, std::size_t lead)
-        : setting_(setting), lead_(lead), taps_(2 * static_cast<std::size_t>(setting.half_span_symbols))
+    symbol_window_t window(setting, setting.timing_symbols, lead,
+                           [&](double time) { return cal_pulse(setting.pulse, time, setting.shape); });
+    std::vector<std::complex<double>> samples(count);
+    for (std::size_t n = 0; n < count; ++n)
     {
-        // Whole rates give the same few fractions of a symbol again and again.
-        constexpr double largest_whole = 1.0e15;
-        const auto is_whole = [](double rate) { return rate < largest_whole && rate == std::floor(rate); };
-        if (is_whole(setting.symbol_rate) && is_whole(setting.sample_rate))
-        {
-            const auto symbol_rate = static_cast<std::uint64_t>(setting.symbol_rate);
-            const auto sample_rate = static_cast<std::uint64_t>(setting.sample_rate);
-            const std::uint64_t divisor = std::gcd(symbol_rate, sample_rate);
-            step_ = symbol_rate / divisor;
-            rows_ = sample_rate / divisor;
-            if (rows_ <= most_table_rows)
-            {
-                table_.resize(rows_);
-            }
-        }
-    }
-
-    /// The signal at one sample; `points` has `lead` entries before that of symbol 0.
-    std::complex<double> cal_sample(const std::vector<std::complex<double>>& points, std::size_t sample)
-    {
-        // Time in symbols, as a whole part and a fraction; exact for whole rates.
-        std::uint64_t whole = 0;
-        std::uint64_t row = 0;
-        double fraction = 0.0;
-        if (rows_ > 0)
-        {
-            whole = sample * step_ / rows_;
-            row = sample * step_ % rows_;
-            fraction = static_cast<double>(row) / static_cast<double>(rows_);
-        }
-        else
-        {
-            const double time = static_cast<double>(sample) * setting_.symbol_rate / setting_.sample_rate;
-            whole = static_cast<std::uint64_t>(std::floor(time));
-            fraction = time - std::floor(time);
-        }
-
-        if (table_.empty())
-        {
-            fill_row(fraction, row_);
-            return sum(points, whole, row_);
-        }
-        if (table_[row].taps.empty())
-        {
-            fill_row(fraction, table_[row]);
-        }
-        return sum(points, whole, table_[row]);
-    }
-
-private:
-    /// Taps for one fraction of a symbol: tap i weighs symbol whole + shift + 1 - half span + i.
-    struct row_t
-    {
-        std::vector<double> taps;
-        std::int64_t shift = 0;
-    };
-
-    void fill_row(double fraction, row_t& row) const
-    {
-        const double time = fraction - setting_.timing_symbols;
-        const double rest = time - std::floor(time);
-        row.shift = static_cast<std::int64_t>(std::floor(time));
-        row.taps.resize(taps_);
-        for (std::size_t i = 0; i < taps_; ++i)
-        {
-            const double symbol = static_cast<double>(i) + 1.0 - static_cast<double>(setting_.half_span_symbols);
-            row.taps[i] = cal_pulse(setting_.pulse, rest - symbol, setting_.shape);
-        }
-    }
-
-    std::complex<double> sum(const std::vector<std::complex<double>>& points, std::uint64_t whole, const row_t& row) const
-    {
-        const std::int64_t first = static_cast<std::int64_t>(whole) + row.shift + static_cast<std::int64_t>(lead_) -
-                                   static_cast<std::int64_t>(setting_.half_span_symbols) + 1;
+        const symbol_window_t::view_t view = window.get_view(n);
         double real = 0.0;
         double imag = 0.0;
-        for (std::size_t i = 0; i < taps_; ++i)
+        for (std::size_t i = 0; i < view.taps.size(); ++i)
         {
-            const std::complex<double>& point = points[static_cast<std::size_t>(first) + i];
-            real += point.real() * row.taps[i];
-            imag += point.imag() * row.taps[i];
+            const std::complex<double>& point = points[view.first + i];
+            real += point.real() * view.taps[i];
+            imag += point.imag() * view.taps[i];
         }
-        return { real, imag };
+        samples[n] = { real, imag };
     }
+    return samples;
+}
 
-    const signal_setting_t& setting_;
-    std::size_t lead_;
-    std::size_t taps_;
-    std::uint64_t step_ = 0;
-    std::uint64_t rows_ = 0;
-    std::vector<row_t> table_;
-    row_t row_;
-};
+/// The same with the Q parts half a symbol later.
+std::vector<std::complex<double>> shape_offset_points(const signal_setting_t& setting,
+                                                      const std::vector<std::complex<double>>& points, std::size_t lead,
+                                                      std::size_t count)
+{
+    const auto pulse = [&](double time) { return cal_held_pulse(setting.pulse, time, setting.shape); };
+    symbol_window_t window_i(setting, setting.timing_symbols, lead, pulse);
+    symbol_window_t window_q(setting, setting.timing_symbols + 0.5, lead, pulse);
+    std::vector<std::complex<double>> samples(count);
+    for (std::size_t n = 0; n < count; ++n)
+    {
+        const symbol_window_t::view_t view_i = window_i.get_view(n);
+        const symbol_window_t::view_t view_q = window_q.get_view(n);
+        double real = 0.0;
+        double imag = 0.0;
+        for (std::size_t i = 0; i < view_i.taps.size(); ++i)
+        {
+            real += points[view_i.first + i].real() * view_i.taps[i];
+            imag += points[view_q.first + i].imag() * view_q.taps[i];
+        }
+        samples[n] = { real, imag };
+    }
+    return samples;
+}
+
+/// Energy of a symbol without impairments, the symbol period being 1.
+double cal_symbol_energy(const signal_setting_t& setting, signal_coding_t coding)
+{
+    switch (coding)
+    {
+    case signal_coding_t::frequency:
+        return 1.0;
+    case signal_coding_t::offset_point:
+        return cal_held_pulse_energy(setting.pulse, setting.shape);
+    case signal_coding_t::point:
+    case signal_coding_t::phase_step:
+        break;
+    }
+    return cal_pulse_energy(setting.pulse, setting.shape);
+}
+
+std::vector<double> take_real(const std::vector<std::complex<double>>& points)
+{
+    std::vector<double> parts;
+    parts.reserve(points.size());
+    for (const std::complex<double>& point : points)
+    {
+        parts.push_back(point.real());
+    }
+    return parts;
+}
 } // namespace
+
+signal_pulse_t get_pulse(const signal_setting_t& setting)
+{
+    if (setting.format == signal_format_t::msk)
+    {
+        return signal_pulse_t::rectangular;
+    }
+    return setting.format == signal_format_t::gmsk ? signal_pulse_t::gaussian : setting.pulse;
+}
+
+double get_deviation(const signal_setting_t& setting)
+{
+    const signal_format_info_t& info = get_signal_format(setting.format);
+    if (info.coding != signal_coding_t::frequency)
+    {
+        if (setting.deviation_hz != 0.0)
+        {
+            throw std::invalid_argument("a deviation goes with frequency formats only");
+        }
+        return 0.0;
+    }
+    const double usual = (static_cast<double>(info.points.size()) - 1.0) * setting.symbol_rate / 4.0;
+    const double deviation = setting.deviation_hz == 0.0 ? usual : setting.deviation_hz;
+    const bool fixed = setting.format == signal_format_t::msk || setting.format == signal_format_t::gmsk;
+    if (fixed && deviation != usual)
+    {
+        throw std::invalid_argument("the deviation of MSK is a quarter of the symbol rate");
+    }
+    if (!(deviation > 0.0 && deviation < setting.sample_rate / 2.0))
+    {
+        throw std::invalid_argument("the deviation must be positive and below half the sample rate");
+    }
+    return deviation;
+}
 
 signal_t make_signal(const signal_setting_t& setting)
 {
     check_setting(setting);
+    const double deviation = get_deviation(setting);
     const signal_format_info_t& info = get_signal_format(setting.format);
     const std::size_t lead =
         setting.half_span_symbols + static_cast<std::size_t>(std::ceil(std::abs(setting.timing_symbols))) + 2;
@@ -236,13 +287,27 @@ signal_t make_signal(const signal_setting_t& setting)
     const auto begin = static_cast<std::ptrdiff_t>(lead);
     const auto end = begin + static_cast<std::ptrdiff_t>(setting.symbol_count);
     signal.symbols.assign(symbols.begin() + begin, symbols.begin() + end);
-    signal.points.assign(points.begin() + begin, points.begin() + end);
 
     const double samples_per_symbol = setting.sample_rate / setting.symbol_rate;
     const auto count = static_cast<std::size_t>(std::floor(static_cast<double>(setting.symbol_count) * samples_per_symbol));
+    std::vector<std::complex<double>> ideal;
+    if (info.coding == signal_coding_t::frequency)
+    {
+        const std::vector<double> levels = take_real(points);
+        signal.levels.assign(levels.begin() + begin, levels.begin() + end);
+        signal.deviation_hz = deviation;
+        ideal = modulate_frequency(setting, get_pulse(setting), deviation, levels, lead, count);
+    }
+    else
+    {
+        signal.points.assign(points.begin() + begin, points.begin() + end);
+        ideal = info.coding == signal_coding_t::offset_point ? shape_offset_points(setting, points, lead, count)
+                                                             : shape_points(setting, points, lead, count);
+    }
+
     if (std::isfinite(setting.snr_db))
     {
-        const double energy = cal_pulse_energy(setting.pulse, setting.shape);
+        const double energy = cal_symbol_energy(setting, info.coding);
         signal.noise_variance = energy * samples_per_symbol / std::pow(10.0, setting.snr_db / 10.0);
     }
     const double noise_amplitude = std::sqrt(signal.noise_variance / 2.0);
@@ -253,13 +318,11 @@ signal_t make_signal(const signal_setting_t& setting)
     // 10^(-inf / 20) is 0, which is no offset.
     const std::complex<double> offset = std::polar(std::pow(10.0, setting.iq_offset_db / 20.0), setting.iq_offset_angle);
 
-    pulse_shaper_t shaper(setting, lead);
     signal_random_t noise(setting.seed ^ noise_stream);
     signal.samples.resize(count);
     for (std::size_t n = 0; n < count; ++n)
     {
-        const std::complex<double> ideal = shaper.cal_sample(points, n);
-        const std::complex<double> modulated = ideal.real() * gain_i + ideal.imag() * q_axis + offset;
+        const std::complex<double> modulated = ideal[n].real() * gain_i + ideal[n].imag() * q_axis + offset;
         const double cycles = static_cast<double>(n) * setting.carrier_offset_hz / setting.sample_rate;
         const double phase = 2.0 * pi * (cycles - std::floor(cycles)) + setting.carrier_phase;
         std::complex<double> sample = modulated * std::polar(1.0, phase);

@@ -95,6 +95,19 @@ point_set_t make_ask_points(std::uint32_t levels)
     return scale_to_unit_rms(points);
 }
 
+point_set_t make_tone_levels(std::uint32_t tones)
+{
+    point_set_t levels(tones);
+    const std::uint32_t half = tones / 2;
+    for (std::uint32_t i = 0; i < half; ++i)
+    {
+        const double level = (tones - 1.0 - 2.0 * i) / (tones - 1.0);
+        levels[i] = -level;
+        levels[half + i] = level;
+    }
+    return levels;
+}
+
 point_set_t make_16apsk_points(double r2_r1)
 {
     point_set_t points(16);

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <vector>
 
-/// Point sets by symbol index. All have unit rms over their points.
+/// Point sets by symbol index. All but the tones have unit rms over their points.
 namespace dma_test
 {
 using point_set_t = std::vector<std::complex<double>>;
@@ -22,6 +22,10 @@ point_set_t make_qam_points(std::uint32_t bits);
 
 /// Levels on the positive real axis, rising with the index: 0 and 1 for two of them, else 1 to `levels`, to one scale.
 point_set_t make_ask_points(std::uint32_t levels);
+
+/// Deviations of tones over the largest, on the real axis: the lower half of the indices rises from -1, the upper half falls
+/// from 1, in steps of 2 / (tones - 1).
+point_set_t make_tone_levels(std::uint32_t tones);
 
 /// Indices 12 to 15 on the inner ring from 45 degrees on, 0 to 11 on the outer one from 45 degrees on, both counter-clockwise.
 /// @param r2_r1  radius of the outer ring over that of the inner one

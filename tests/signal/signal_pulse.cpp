@@ -13,11 +13,12 @@ constexpr double pi = std::numbers::pi;
 // Nearer than this to a removable singularity the limit is exact to about 1e-12 and the quotient is not.
 constexpr double singular_distance = 1.0e-6;
 
-const std::array<std::pair<signal_pulse_t, const char*>, 4> pulse_names = { {
+const std::array<std::pair<signal_pulse_t, const char*>, 5> pulse_names = { {
     { signal_pulse_t::root_raised_cosine, "rrc" },
     { signal_pulse_t::raised_cosine, "rc" },
     { signal_pulse_t::gaussian, "gaussian" },
     { signal_pulse_t::rectangular, "rectangular" },
+    { signal_pulse_t::half_sine, "half-sine" },
 } };
 
 double cal_sinc(double x)
@@ -65,7 +66,7 @@ double cal_root_raised_cosine(double t, double alpha)
 
 double cal_gaussian(double t, double bandwidth_time)
 {
-    const double a = pi * std::sqrt(2.0 / std::log(2.0)) * bandwidth_time;
+    const double a = cal_gaussian_steepness(bandwidth_time);
     return a / std::sqrt(pi) * std::exp(-a * a * t * t);
 }
 } // namespace
@@ -80,6 +81,8 @@ double cal_pulse(signal_pulse_t pulse, double time_symbols, double shape)
         return cal_raised_cosine(time_symbols, shape);
     case signal_pulse_t::gaussian:
         return cal_gaussian(time_symbols, shape);
+    case signal_pulse_t::half_sine:
+        return std::abs(time_symbols) < 0.5 ? std::cos(pi * time_symbols) : 0.0;
     case signal_pulse_t::rectangular:
         break;
     }
@@ -99,11 +102,40 @@ double cal_pulse_energy(signal_pulse_t pulse, double shape)
         return 1.0 - shape / 4.0;
     case signal_pulse_t::gaussian:
         return std::sqrt(pi / std::log(2.0)) * shape;
+    case signal_pulse_t::half_sine:
+        return 0.5;
     case signal_pulse_t::root_raised_cosine:
     case signal_pulse_t::rectangular:
         break;
     }
     return 1.0;
+}
+
+double cal_held_pulse(signal_pulse_t pulse, double time_symbols, double shape)
+{
+    if (pulse != signal_pulse_t::gaussian)
+    {
+        return cal_pulse(pulse, time_symbols, shape);
+    }
+    const double a = cal_gaussian_steepness(shape);
+    return 0.5 * (std::erf(a * (time_symbols + 0.5)) - std::erf(a * (time_symbols - 0.5)));
+}
+
+double cal_held_pulse_energy(signal_pulse_t pulse, double shape)
+{
+    if (pulse != signal_pulse_t::gaussian)
+    {
+        return cal_pulse_energy(pulse, shape);
+    }
+    // The triangle that the rectangle makes with itself, weighed by the Gaussian of standard deviation 1 / a that the Gaussian
+    // pulse makes with itself.
+    const double a = cal_gaussian_steepness(shape);
+    return std::erf(a / std::sqrt(2.0)) - std::sqrt(2.0 / pi) / a * (1.0 - std::exp(-0.5 * a * a));
+}
+
+double cal_gaussian_steepness(double bandwidth_time)
+{
+    return pi * std::sqrt(2.0 / std::log(2.0)) * bandwidth_time;
 }
 
 std::string get_pulse_name(signal_pulse_t pulse)
