@@ -7,6 +7,7 @@
 #include "lib_dma_demod/lib_dma_apsk_demod.h"
 #include "lib_dma_demod/lib_dma_ask_demod.h"
 #include "lib_dma_demod/lib_dma_dpsk_demod.h"
+#include "lib_dma_demod/lib_dma_msk_demod.h"
 #include "lib_dma_demod/lib_dma_psk_demod.h"
 #include "lib_dma_demod/lib_dma_qam_demod.h"
 #include "lib_dma_phy_data_manager.h"
@@ -184,6 +185,7 @@ private:
     lib_dma_qam_demod_t qam_demod_;
     lib_dma_psk_demod_t psk_demod_;
     lib_dma_dpsk_demod_t dpsk_demod_;
+    lib_dma_msk_demod_t msk_demod_;
     lib_dma_ask_demod_t ask_demod_;
     lib_dma_apsk_demod_t apsk_demod_;
     double sample_rate_ = 0.0;

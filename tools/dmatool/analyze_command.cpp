@@ -192,6 +192,9 @@ void set_group_format(lib_dma_format_configure_manager_t& record, const format_c
     case LIB_DMA_GROUP_QAM:
         record.set_qam_format(static_cast<lib_dma_qam_modulation_type_t>(value));
         break;
+    case LIB_DMA_GROUP_MSK:
+        record.set_msk_format(static_cast<lib_dma_msk_modulation_type_t>(value));
+        break;
     case LIB_DMA_GROUP_ASK:
         record.set_ask_format(static_cast<lib_dma_ask_modulation_type_t>(value));
         break;
