@@ -589,7 +589,6 @@ TEST(Driver, SaysWhichGroupsItCannotDemodulateYet)
         const char* text;
     } groups[] = {
         { LIB_DMA_GROUP_FSK, "deal_demo_process:fsk demod error!\n" },
-        { LIB_DMA_GROUP_MSK, "deal_demo_process:msk demod error!\n" },
         { LIB_DMA_GROUP_OQPSK, "deal_demo_process:oqpsk demod error!\n" },
     };
     const complex_array samples = make_qpsk(800, 4).samples;
