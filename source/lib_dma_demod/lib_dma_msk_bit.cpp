@@ -57,9 +57,10 @@ float integrate_pulse(const complex_array& samples, const float_array& weights, 
 {
     const std::size_t length = 2 * static_cast<std::size_t>(sps);
     const std::size_t last = std::min(stop, samples.size());
-    std::size_t place = last > length ? (last - length) % weights.size() : 0;
+    const std::size_t first = stop > length ? stop - length : 0;
+    std::size_t place = first % weights.size();
     float sum = 0.0f;
-    for (std::size_t n = last > length ? last - length : 0; n < last; ++n)
+    for (std::size_t n = first; n < last; ++n)
     {
         sum += part(samples[n]) * weights[place];
         place = place + 1 == weights.size() ? 0 : place + 1;

@@ -185,10 +185,10 @@ TEST(MskTiming, SaysWhereTheRunInDoesNotFit)
     const log_capture_t log;
     EXPECT_FALSE(make_demod(samples, 400).timing_recovery());
     EXPECT_EQ(log.count(common_log::log_level_error,
-                        "lib_dma_msk_demod_t::timing_recovery:demod data len too short, m_pre_num = 400)!\n"),
+                        "lib_dma_msk_demod_t::timing_recovery:demod data len too short, m_pre_num = %u)!\n"),
               1);
     EXPECT_TRUE(make_demod(samples, 800).timing_recovery());
-    EXPECT_EQ(log.count(common_log::log_level_info, "lib_dma_msk_demod_t::timing_recovery:pre_num too long, m_pre_num = 800)!\n"), 1);
+    EXPECT_EQ(log.count(common_log::log_level_info, "lib_dma_msk_demod_t::timing_recovery:pre_num too long, m_pre_num = %u)!\n"), 1);
 }
 
 TEST(MskTiming, SeesTheCarrierInTheLagProducts)
@@ -212,7 +212,7 @@ TEST(MskReference, IsTheWaveformOfTheBits)
         ASSERT_TRUE(demod.ref_data_generate(config));
         ASSERT_EQ(demod.work.ref_data.size(), 300u * 8u - 24u);
         ASSERT_EQ(demod.work.meas_data.size(), demod.work.ref_data.size());
-        EXPECT_LT(cal_evm(demod.work.meas_data, demod.work.ref_data, 0), 0.01) << "quarter " << quarter;
+        EXPECT_LT(cal_evm(demod.work.meas_data, demod.work.ref_data, 8), 0.01) << "quarter " << quarter;
         EXPECT_NEAR(config.carrier_frequency_offset, 0.0, 0.1);
     }
 }
