@@ -53,7 +53,8 @@ pulse_weights_t make_weights(pulse_order_t order, std::uint32_t sps)
 
 /// Weighted mean over the pulse length that ends before `stop`; what lies outside the samples counts as 0.
 template <typename part_t>
-float integrate_pulse(const complex_array& samples, const float_array& weights, std::size_t stop, std::uint32_t sps, part_t&& part)
+float integrate_pulse(const complex_array& samples, const float_array& weights, std::size_t stop, std::uint32_t sps,
+                      part_t&& part)
 {
     const std::size_t length = 2 * static_cast<std::size_t>(sps);
     const std::size_t last = std::min(stop, samples.size());

@@ -22,8 +22,8 @@ using common_lib::lib_test_t;
 
 namespace
 {
-constexpr std::size_t lag_count = 3;               // bits
-constexpr double single_two_pi = 6.283185482;      // 2 pi as the single-precision value
+constexpr std::size_t lag_count = 3;                // bits
+constexpr double single_two_pi = 6.283185482;       // 2 pi as the single-precision value
 constexpr double lag_frequency_scale = 37.69911184; // 12 pi: three lags of the squared signal, in turns
 
 /// What one block tells.
@@ -206,7 +206,8 @@ bool lib_dma_msk_demod_t::timing_recovery()
 
     const std::int64_t start_time = lib_test_t::get_current_time();
     double_array taps;
-    symbol_timing_recovery_plan::sinc_fractional_delay_filter_design(static_cast<double>(cal_fraction(delay)), interp_order, taps);
+    const double fraction = static_cast<double>(cal_fraction(delay));
+    symbol_timing_recovery_plan::sinc_fractional_delay_filter_design(fraction, interp_order, taps);
     symbol_timing_recovery_plan::sinc_fractional_delay(interp_order, taps, work.iq_data, work.timing_data);
     common_log::print_trace_time("symbol_timing_recovery1 sinc_fractional_delay time: ", start_time);
 

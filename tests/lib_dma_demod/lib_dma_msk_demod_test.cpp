@@ -39,10 +39,11 @@ complex_array make_msk(const float_array& bits, std::uint32_t sps, double phase,
     for (std::size_t n = 0; n < bits.size() * sps; ++n)
     {
         const double time = static_cast<double>(n) / sps + shift;
-        const std::size_t k = std::min<std::size_t>(bits.size() - 1, static_cast<std::size_t>(std::max(0.0, std::floor(time + 0.5))));
+        const double place = std::clamp(std::floor(time + 0.5), 0.0, static_cast<double>(bits.size() - 1));
+        const std::size_t k = static_cast<std::size_t>(place);
         const double level = 2.0 * static_cast<double>(bits[k]) - 1.0;
-        const double angle = borders[k] + level * (time + 0.5 - static_cast<double>(k)) * pi / 2.0 + 2.0 * pi * turns_per_bit * time;
-        samples.push_back(std::complex<float>(std::polar(1.0, angle)));
+        const double angle = borders[k] + level * (time + 0.5 - place) * pi / 2.0;
+        samples.push_back(std::complex<float>(std::polar(1.0, angle + 2.0 * pi * turns_per_bit * time)));
     }
     return samples;
 }
@@ -122,7 +123,8 @@ TEST(MskJudge, DecidesForTheDiagonalOfTheQuadrant)
         const double centre = pi / 4.0 + k * pi / 2.0;
         for (const double off : { -0.78, -0.3, 0.0, 0.3, 0.78 })
         {
-            const std::complex<double> decided(lib_dma_msk_demod_t::msk_judge(std::complex<float>(std::polar(0.3, centre + off)), 0.0f));
+            const std::complex<float> point(std::polar(0.3, centre + off));
+            const std::complex<double> decided(lib_dma_msk_demod_t::msk_judge(point, 0.0f));
             EXPECT_LE(std::abs(decided - std::polar(1.0, centre)), 1e-6) << k << " " << off;
         }
     }
@@ -188,7 +190,9 @@ TEST(MskTiming, SaysWhereTheRunInDoesNotFit)
                         "lib_dma_msk_demod_t::timing_recovery:demod data len too short, m_pre_num = %u)!\n"),
               1);
     EXPECT_TRUE(make_demod(samples, 800).timing_recovery());
-    EXPECT_EQ(log.count(common_log::log_level_info, "lib_dma_msk_demod_t::timing_recovery:pre_num too long, m_pre_num = %u)!\n"), 1);
+    EXPECT_EQ(log.count(common_log::log_level_info,
+                        "lib_dma_msk_demod_t::timing_recovery:pre_num too long, m_pre_num = %u)!\n"),
+              1);
 }
 
 TEST(MskTiming, SeesTheCarrierInTheLagProducts)
@@ -234,7 +238,12 @@ TEST(MskReference, TakesQuarterTurnsOutOfTheMeasurementAndHalvesAwayFromZero)
     {
         double before;
         double after;
-    } turns[] = { { 0.0, 0.0 }, { pi / 2.0, 0.0 }, { -pi / 2.0, 0.0 }, { 0.7, 0.7 }, { 0.9, 0.9 - pi / 2.0 }, { pi / 4.0, -pi / 4.0 },
+    } turns[] = { { 0.0, 0.0 },
+                  { pi / 2.0, 0.0 },
+                  { -pi / 2.0, 0.0 },
+                  { 0.7, 0.7 },
+                  { 0.9, 0.9 - pi / 2.0 },
+                  { pi / 4.0, -pi / 4.0 },
                   { -pi / 4.0, pi / 4.0 } };
     for (const auto& turn : turns)
     {

@@ -98,7 +98,7 @@ TEST(AnalyzeOptions, ListTheFormatsWhenOneIsUnknown)
 
 TEST(AnalyzeOptions, SayThatAGroupIsNotBuiltYetBeforeAnythingElseIsAsked)
 {
-    for (const char* group : { "FSK", "OQPSK", "VSB", "CUSTOM_IQ", "OTHER", "3" })
+    for (const char* group : { "FSK", "OQPSK", "VSB", "CUSTOM_IQ", "OTHER", "2" })
     {
         expect_error({ "--group", group }, exit_not_built, "not built yet", false);
     }
