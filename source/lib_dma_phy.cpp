@@ -187,9 +187,7 @@ bool lib_dma_phy_t::deal_demo_process(std::uint32_t segment_index, const complex
     case LIB_DMA_GROUP_FSK:
         return run(fsk_demod_, &lib_dma_fsk_demod_t::lib_dma_fsk_demod_process, "deal_demo_process:fsk demod error!\n");
     case LIB_DMA_GROUP_MSK:
-        DMA_LOG_END("This version has no MSK demodulator yet.\n");
-        DMA_LOG_END("deal_demo_process:msk demod error!\n");
-        return fail();
+        return run(msk_demod_, &lib_dma_msk_demod_t::lib_dma_msk_demod_process, "deal_demo_process:msk demod error!\n");
     case LIB_DMA_GROUP_ASK:
         return run(ask_demod_, &lib_dma_ask_demod_t::lib_dma_ask_demod_process, "deal_demo_process:ask demod error!\n");
     case LIB_DMA_GROUP_APSK:

@@ -195,6 +195,9 @@ void set_group_format(lib_dma_format_configure_manager_t& record, const format_c
     case LIB_DMA_GROUP_FSK:
         record.set_fsk_format(static_cast<lib_dma_fsk_modulation_type_t>(value));
         break;
+    case LIB_DMA_GROUP_MSK:
+        record.set_msk_format(static_cast<lib_dma_msk_modulation_type_t>(value));
+        break;
     case LIB_DMA_GROUP_ASK:
         record.set_ask_format(static_cast<lib_dma_ask_modulation_type_t>(value));
         break;
@@ -227,6 +230,10 @@ std::uint32_t get_group_format(const lib_dma_format_configure_manager_t& record,
         return record.get_dpsk_format();
     case LIB_DMA_GROUP_FSK:
         return record.get_fsk_format();
+    case LIB_DMA_GROUP_MSK:
+        return record.get_msk_format();
+    case LIB_DMA_GROUP_OQPSK:
+        return record.get_oqpsk_format();
     default:
         return record.get_psk_format();
     }
