@@ -31,6 +31,8 @@
 #include "lib_dma_demod/lib_dma_demod_record.h"
 #include "lib_dma_demod/lib_dma_dpsk_demod.h"
 #include "lib_dma_demod/lib_dma_fsk_demod.h"
+#include "lib_dma_demod/lib_dma_oqpsk_demod.h"
+#include "lib_dma_demod/lib_dma_msk_demod.h"
 #include "lib_dma_demod/lib_dma_psk_demod.h"
 #include "lib_dma_demod/lib_dma_qam_common.h"
 #include "lib_dma_demod/lib_dma_qam_demod.h"

@@ -187,17 +187,13 @@ bool lib_dma_phy_t::deal_demo_process(std::uint32_t segment_index, const complex
     case LIB_DMA_GROUP_FSK:
         return run(fsk_demod_, &lib_dma_fsk_demod_t::lib_dma_fsk_demod_process, "deal_demo_process:fsk demod error!\n");
     case LIB_DMA_GROUP_MSK:
-        DMA_LOG_END("This version has no MSK demodulator yet.\n");
-        DMA_LOG_END("deal_demo_process:msk demod error!\n");
-        return fail();
+        return run(msk_demod_, &lib_dma_msk_demod_t::lib_dma_msk_demod_process, "deal_demo_process:msk demod error!\n");
     case LIB_DMA_GROUP_ASK:
         return run(ask_demod_, &lib_dma_ask_demod_t::lib_dma_ask_demod_process, "deal_demo_process:ask demod error!\n");
     case LIB_DMA_GROUP_APSK:
         return run(apsk_demod_, &lib_dma_apsk_demod_t::lib_dma_apsk_demod_process, "deal_demo_process:apsk demod error!\n");
     case LIB_DMA_GROUP_OQPSK:
-        DMA_LOG_END("This version has no OQPSK demodulator yet.\n");
-        DMA_LOG_END("deal_demo_process:oqpsk demod error!\n");
-        return fail();
+        return run(oqpsk_demod_, &lib_dma_oqpsk_demod_t::lib_dma_oqpsk_demod_process, "deal_demo_process:oqpsk demod error!\n");
     case LIB_DMA_GROUP_DPSK:
         return run(dpsk_demod_, &lib_dma_dpsk_demod_t::lib_dma_dpsk_demod_process, "deal_demo_process:dpsk demod error!\n");
     case LIB_DMA_GROUP_VSB:

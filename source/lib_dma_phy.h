@@ -8,6 +8,8 @@
 #include "lib_dma_demod/lib_dma_ask_demod.h"
 #include "lib_dma_demod/lib_dma_dpsk_demod.h"
 #include "lib_dma_demod/lib_dma_fsk_demod.h"
+#include "lib_dma_demod/lib_dma_oqpsk_demod.h"
+#include "lib_dma_demod/lib_dma_msk_demod.h"
 #include "lib_dma_demod/lib_dma_psk_demod.h"
 #include "lib_dma_demod/lib_dma_qam_demod.h"
 #include "lib_dma_phy_data_manager.h"
@@ -186,8 +188,10 @@ private:
     lib_dma_psk_demod_t psk_demod_;
     lib_dma_dpsk_demod_t dpsk_demod_;
     lib_dma_fsk_demod_t fsk_demod_;
+    lib_dma_msk_demod_t msk_demod_;
     lib_dma_ask_demod_t ask_demod_;
     lib_dma_apsk_demod_t apsk_demod_;
+    lib_dma_oqpsk_demod_t oqpsk_demod_;
     double sample_rate_ = 0.0;
     bool sample_rate_flag_ = false;
 };

@@ -124,6 +124,60 @@ double bisect(bracket_t bracket, magnitude_t&& magnitude)
     return bracket.is_right_stronger() ? bracket.right : bracket.left;
 }
 
+/// Carrier offset, Hz, from the two lines that the square of a signal has one symbol rate above and below twice the carrier.
+/// Pulses of a half sine leave no line at four times the carrier, but keep these two at full strength.
+/// @param data         at `sample_rate`; the first `fft_size` samples count
+/// @param symbol_rate  Hz, at most a quarter of `sample_rate`
+double cal_line_pair_offset(lib_dma_phy_frequency_correct_t& estimator, const complex_array& data, double sample_rate,
+                            double symbol_rate, std::uint32_t fft_size)
+{
+    const double points = static_cast<double>(fft_size);
+    const double spacing = symbol_rate / sample_rate * points;
+    const std::size_t used = std::min<std::size_t>(data.size(), fft_size);
+    complex_double_array squared(fft_size, { 0.0, 0.0 });
+    for (std::size_t i = 0; i < used; ++i)
+    {
+        const std::complex<double> sample(common_lib::finite_or_zero(data[i]));
+        const double re = sample.real();
+        const double im = sample.imag();
+        squared[i] = { re * re - im * im, 2.0 * re * im };
+    }
+    complex_double_array spectrum = squared;
+    estimator.deal_fft(spectrum, fft_size, false);
+    estimator.fft_shift(spectrum);
+    const auto get_magnitude = [&](std::int64_t bin)
+    { return bin < 0 || bin >= std::int64_t(fft_size) ? 0.0 : std::abs(spectrum[static_cast<std::size_t>(bin)]); };
+
+    // The same reach as that of the fourth power: an eighth of the sample rate to either side.
+    const std::int64_t middle = fft_size / 2;
+    const std::int64_t reach = fft_size / 4;
+    const std::int64_t half_pair = std::llround(spacing);
+    std::int64_t peak = middle - reach;
+    double peak_value = -1.0;
+    for (std::int64_t bin = middle - reach; bin < middle + reach; ++bin)
+    {
+        const double value = get_magnitude(bin - half_pair) + get_magnitude(bin + half_pair);
+        if (value > peak_value)
+        {
+            peak = bin;
+            peak_value = value;
+        }
+    }
+
+    const auto get_pair_magnitude = [&](double position)
+    {
+        const auto get_point = [&](double bin)
+        { return cal_point_magnitude(squared.data(), used, -((bin - points * 0.5) * two_pi / points)); };
+        return get_point(position - spacing) + get_point(position + spacing);
+    };
+    const double centre = static_cast<double>(peak);
+    const double value = get_pair_magnitude(centre);
+    bracket_t bracket = { centre - 1.0, get_pair_magnitude(centre - 1.0), centre + 1.0, get_pair_magnitude(centre + 1.0) };
+    bracket = bracket.is_right_stronger() ? bracket_t{ centre, value, centre + 1.0, bracket.right_value }
+                                          : bracket_t{ centre - 1.0, bracket.left_value, centre, value };
+    return sample_rate / points * (bisect(bracket, get_pair_magnitude) - points * 0.5) / 2.0;
+}
+
 /// Edges of the phase histogram.
 class phase_bins_t
 {
@@ -222,6 +276,15 @@ bool lib_dma_phy_frequency_correct_t::frequency_error_correct(const lib_dma_fram
     if (m_format_group_ == LIB_DMA_GROUP_OQPSK)
     {
         const std::uint64_t rate = m_symbol_rate_ * m_points_per_symbol_;
+        const lib_dma_ref_filter_type_t pulse =
+            frame_cfg.get_segment(segment_index).get_filter_configure().get_ref_filter_type();
+        if (pulse == LIB_DMA_REF_HALF_SINE_FILTER && rate != 0)
+        {
+            demod_cfg.carrier_frequency_offset =
+                cal_line_pair_offset(*this, data, static_cast<double>(rate), static_cast<double>(m_symbol_rate_),
+                                     peak_search_points);
+            return true;
+        }
         return _deal_dma_freqency_error_estimate_dft(data, demod_cfg, rate, rate, peak_search_points);
     }
     const std::uint64_t band = static_cast<std::uint64_t>(static_cast<double>(m_symbol_rate_) * 0.8);

@@ -82,7 +82,7 @@ TEST(CommandLine, EachKindOfFaultHasAStatusOfItsOwn)
                    "9 bytes");
     expect_failure(run_analyze(with_signal(folder.write_sigmf("real", "ri16_le", std::string(8, '\0')))), exit_bad_capture,
                    "real-valued");
-    expect_failure(run_analyze({ folder.get_path("absent"), "--group", "MSK", "--format", "MSK", "--symbol-rate", "1e5" }),
+    expect_failure(run_analyze({ folder.get_path("absent"), "--group", "VSB", "--format", "8VSB", "--symbol-rate", "1e5" }),
                    exit_not_built, "not built yet");
     const std::string zeros = folder.write_sigmf("zeros", "cf32_le", std::string(8000, '\0'));
     // 1,000 samples at 1 MHz; 1,204 symbols of 10 samples are needed.

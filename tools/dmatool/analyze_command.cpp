@@ -195,11 +195,17 @@ void set_group_format(lib_dma_format_configure_manager_t& record, const format_c
     case LIB_DMA_GROUP_FSK:
         record.set_fsk_format(static_cast<lib_dma_fsk_modulation_type_t>(value));
         break;
+    case LIB_DMA_GROUP_MSK:
+        record.set_msk_format(static_cast<lib_dma_msk_modulation_type_t>(value));
+        break;
     case LIB_DMA_GROUP_ASK:
         record.set_ask_format(static_cast<lib_dma_ask_modulation_type_t>(value));
         break;
     case LIB_DMA_GROUP_APSK:
         record.set_apsk_format(static_cast<lib_dma_apsk_modulation_type_t>(value));
+        break;
+    case LIB_DMA_GROUP_OQPSK:
+        record.set_oqpsk_format(static_cast<lib_dma_oqpsk_modulation_type_t>(value));
         break;
     case LIB_DMA_GROUP_DPSK:
         record.set_dpsk_format(static_cast<lib_dma_dpsk_modulation_type_t>(value));
@@ -224,6 +230,10 @@ std::uint32_t get_group_format(const lib_dma_format_configure_manager_t& record,
         return record.get_dpsk_format();
     case LIB_DMA_GROUP_FSK:
         return record.get_fsk_format();
+    case LIB_DMA_GROUP_MSK:
+        return record.get_msk_format();
+    case LIB_DMA_GROUP_OQPSK:
+        return record.get_oqpsk_format();
     default:
         return record.get_psk_format();
     }
@@ -257,6 +267,7 @@ lib_dma_frame_configure_manager_t make_frame(const analyze_options_t& options, s
 
     lib_dma_format_configure_manager_t& format = segment.get_format_configure();
     take_format(options, format);
+    format.set_oqpsk_alig_iq(options.align_iq);
     format.set_symbol_rate(options.symbol_rate);
     format.set_points_per_symbol(static_cast<lib_dma_point_per_symbol_type_t>(options.points_per_symbol));
 

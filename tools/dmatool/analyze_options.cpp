@@ -125,6 +125,9 @@ void add_analyze_options(CLI::App& command, analyze_arguments_t& arguments)
 
     add_signal_options(command, arguments);
 
+    command.add_flag("--align-iq", arguments.align_iq, "of OQPSK: results at whole symbols only, not at half ones too")
+        ->group(measurement);
+
     const char* const report = "Report";
     command.add_flag("--json", arguments.json, "one JSON document instead of the table")->group(report);
     command.add_flag("--traces", arguments.traces, "with --json: traces, constellations and waveforms too")->group(report);
@@ -219,6 +222,7 @@ analyze_options_t parse_analyze_options(const analyze_arguments_t& arguments)
 
     parse_signal_options(arguments, options);
 
+    options.align_iq = arguments.align_iq;
     options.json = arguments.json;
     options.traces = arguments.traces;
     options.verbose = arguments.verbose;

@@ -130,7 +130,7 @@ std::vector<group_row_t> make_group_table()
           "LIB_DMA_GROUP_MSK",
           "msk_format",
           LIB_DMA_GROUP_MSK,
-          false,
+          true,
           {
               { "MSK-TYPE1", "LIB_DMA_MSK_TYPE1", LIB_DMA_MSK_TYPE1, { "MSK" } },
               { "MSK-TYPE2", "LIB_DMA_MSK_TYPE2", LIB_DMA_MSK_TYPE2, {} },
@@ -159,7 +159,7 @@ std::vector<group_row_t> make_group_table()
           "LIB_DMA_GROUP_OQPSK",
           "oqpsk_format",
           LIB_DMA_GROUP_OQPSK,
-          false,
+          true,
           {
               { "OQPSK", "LIB_DMA_MODULATION_PSK_OFFSET_QPSK", LIB_DMA_MODULATION_PSK_OFFSET_QPSK, {} },
               { "SHAPED-OQPSK", "LIB_DMA_MODULATION_PSK_OFFSET_SHAPED_QPSK", LIB_DMA_MODULATION_PSK_OFFSET_SHAPED_QPSK, {} },

@@ -1,0 +1,420 @@
+#include "lib_dma_demod/lib_dma_oqpsk_demod.h"
+
+#include "message_capture.h"
+#include "signal_maker.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <complex>
+#include <limits>
+#include <numbers>
+#include <string>
+#include <vector>
+
+using namespace vrim;
+using namespace vrim::dma_demod_lib;
+
+namespace
+{
+constexpr double pi = std::numbers::pi;
+constexpr std::uint32_t sps = 8;
+constexpr std::uint32_t run_in = 114; // symbols, what the driver gives to either end
+constexpr double rate = 1.0e6;
+
+/// A signal of eight samples a symbol, as the driver delivers it.
+dma_test::signal_setting_t make_setting()
+{
+    dma_test::signal_setting_t setting;
+    setting.format = dma_test::signal_format_t::oqpsk;
+    setting.half_span_symbols = 64;
+    setting.symbol_rate = rate;
+    setting.sample_rate = sps * rate;
+    setting.symbol_count = 600;
+    return setting;
+}
+
+/// A demodulator with its store, set up for the root raised cosine of `make_setting`.
+struct bench_t
+{
+    bench_t()
+    {
+        lib_dma_format_configure_manager_t& format = segment().get_format_configure();
+        format.set_format_group(LIB_DMA_GROUP_OQPSK);
+        format.set_symbol_rate(static_cast<std::uint64_t>(rate));
+        format.set_points_per_symbol(static_cast<lib_dma_point_per_symbol_type_t>(4));
+        lib_dma_filter_configure_manager_t& filter = segment().get_filter_configure();
+        filter.set_meas_filter_type(LIB_DMA_MEAS_ROOT_RAISED_COSINE_FILTER);
+        filter.set_ref_filter_type(LIB_DMA_REF_RAISED_COSINE_FILTER);
+        filter.set_filter_alpha(0.35f);
+        filter.set_filter_length(32);
+        segment().get_time_configure().set_meas_interval(LIB_DMA_GROUP_OQPSK, 300);
+        config.pre_num = run_in * sps;
+        config.head_len = run_in * sps;
+        config.sample_rate = static_cast<std::uint64_t>(sps * rate);
+    }
+
+    lib_dma_segment_configure_manager_t& segment() { return frame.get_segment(0); }
+    lib_dma_format_configure_manager_t& format() { return segment().get_format_configure(); }
+    lib_dma_filter_configure_manager_t& filter() { return segment().get_filter_configure(); }
+
+    bool run(const complex_array& block)
+    {
+        store.init();
+        store.set_config(frame);
+        store.get_psk_modulation_param().modulation_order = 4;
+        store.get_psk_modulation_param().rotation_angle = 0.7853982f;
+        const trace_capture_t quiet;
+        demod.init();
+        demod.set_frame_configure(frame, 0, config);
+        return demod.lib_dma_oqpsk_demod_process(0, {}, block, store, config);
+    }
+
+    float evm() { return store.get_error_summary(0).evm_rms; }
+    double frequency() { return static_cast<double>(store.get_err_table(0).frequency_error); }
+
+    lib_dma_frame_configure_manager_t frame;
+    lib_dma_demod_config_mgr config;
+    lib_dma_phy_data_manager_t store;
+    lib_dma_oqpsk_demod_t demod;
+};
+
+/// Distance of two values on a circle of circumference `period`.
+double get_circle_distance(double a, double b, double period)
+{
+    return std::abs(std::remainder(a - b, period));
+}
+
+complex_array make_tone(double cycles, std::size_t count)
+{
+    complex_array tone(count);
+    for (std::size_t n = 0; n < count; ++n)
+        tone[n] = std::complex<float>(std::polar(1.0, 2.0 * pi * cycles * static_cast<double>(n)));
+    return tone;
+}
+} // namespace
+
+TEST(OqpskTemplate, FollowsItsFormulaAndTakesTheLimitAtTheSingularPoints)
+{
+    for (const std::uint32_t samples : { 8u, 10u, 20u })
+    {
+        for (const float alpha : { 0.2f, 0.35f, 0.5f, 1.0f })
+        {
+            lib_dma_oqpsk_demod_t demod;
+            demod.setting.sps = samples;
+            demod.setting.filter_beta = alpha;
+            ASSERT_TRUE(demod.oqpsk_phase_timing_est_prepare());
+            ASSERT_EQ(demod.est_template.size(), 8u * samples);
+            for (std::size_t i = 0; i < demod.est_template.size(); ++i)
+            {
+                // As a function of u = alpha * t / s: (alpha / pi) cos(pi u) / (1 - 4 u^2), alpha / 4 at u = 1 / 2.
+                const long double u = static_cast<long double>(alpha) *
+                                      (static_cast<long double>(i) - 4.0L * samples) / static_cast<long double>(samples);
+                const long double denominator = 1.0L - 4.0L * u * u;
+                const long double expected =
+                    std::abs(denominator) < 1e-7L ? alpha / 4.0L
+                                                  : alpha / std::numbers::pi_v<long double> *
+                                                        std::cos(std::numbers::pi_v<long double> * u) / denominator;
+                EXPECT_NEAR(demod.est_template[i].real(), static_cast<double>(expected), 1e-7) << samples << " " << alpha << " " << i;
+                EXPECT_EQ(demod.est_template[i].imag(), 0.0f);
+            }
+        }
+    }
+    lib_dma_oqpsk_demod_t demod;
+    demod.setting.sps = 8;
+    demod.setting.filter_beta = 0.5f;
+    demod.oqpsk_phase_timing_est_prepare();
+    EXPECT_EQ(demod.est_template[32 - 8].real(), 0.125f);
+    EXPECT_EQ(demod.est_template[32 + 8].real(), 0.125f);
+}
+
+TEST(OqpskTemplate, TakesTheRollOffUnlessTheMeasurementFilterIsGaussian)
+{
+    for (const bool gaussian : { false, true })
+    {
+        lib_dma_oqpsk_demod_t demod;
+        demod.setting.sps = sps;
+        demod.setting.filter_alpha = 0.25f;
+        demod.setting.filter_beta = 0.75f;
+        demod.setting.meas_filter_type = gaussian ? LIB_DMA_MEAS_GAUSSIAN_FILTER : LIB_DMA_MEAS_ROOT_RAISED_COSINE_FILTER;
+        demod.setting.pre_num = 0;
+        demod.work.iq_data = make_tone(0.0, 1000);
+        float residual = 0.0f;
+        demod.timing_recovery(residual);
+        // The tap in the middle is alpha / pi.
+        EXPECT_NEAR(demod.est_template[32].real(), (gaussian ? 0.75 : 0.25) / pi, 1e-7);
+    }
+}
+
+TEST(OqpskEstimate, FindsPhaseAndTimingTogether)
+{
+    for (const double timing : { 0.0, 0.1, 0.25, 0.4, 0.5, 0.73, 0.99 })
+    {
+        for (const double phase : { 0.0, 0.3, 0.8, 1.7, 3.0, -2.2 })
+        {
+            dma_test::signal_setting_t setting = make_setting();
+            setting.timing_symbols = timing;
+            setting.carrier_phase = phase;
+            const complex_array data = dma_test::make_signal(setting).samples;
+            lib_dma_oqpsk_demod_t demod;
+            demod.setting.sps = sps;
+            demod.setting.filter_beta = 0.35f;
+            demod.oqpsk_phase_timing_est_prepare();
+            float_array phases;
+            float_array timings;
+            std::uint32_t count = 0;
+            ASSERT_TRUE(demod.phase_timing_estimate(data, phases, timings, count));
+            ASSERT_EQ(count, data.size() - 64 * sps + 1);
+            ASSERT_EQ(phases.size(), count);
+            ASSERT_EQ(timings.size(), count);
+            // A quarter turn goes with half a symbol: together they are the same signal with its rails exchanged.
+            const double quarters = std::round((static_cast<double>(phases[count / 2]) - phase) / (pi / 2.0));
+            EXPECT_NEAR(static_cast<double>(phases[count / 2]), phase + quarters * pi / 2.0, 0.02) << timing << " " << phase;
+            EXPECT_LT(get_circle_distance(-static_cast<double>(timings[count / 2]), timing + 0.5 * quarters, 1.0), 0.01)
+                << timing << " " << phase;
+        }
+    }
+}
+
+TEST(OqpskEstimate, UnwrapsOverManyTurns)
+{
+    dma_test::signal_setting_t setting = make_setting();
+    setting.symbol_count = 6000;
+    setting.carrier_offset_hz = 1000.0; // 6 turns in the record, 24 quarter turns of the estimate
+    const complex_array data = dma_test::make_signal(setting).samples;
+    lib_dma_oqpsk_demod_t demod;
+    demod.setting.sps = sps;
+    demod.setting.filter_beta = 0.35f;
+    demod.oqpsk_phase_timing_est_prepare();
+    float_array phases;
+    float_array timings;
+    std::uint32_t count = 0;
+    ASSERT_TRUE(demod.phase_timing_estimate(data, phases, timings, count));
+    const double turned = 2.0 * pi * 1000.0 * (count - 1) / (sps * rate);
+    EXPECT_NEAR(static_cast<double>(phases.back()) - static_cast<double>(phases.front()), turned, 0.05);
+}
+
+TEST(OqpskEstimate, NeedsOneWindowOfSamples)
+{
+    lib_dma_oqpsk_demod_t demod;
+    demod.setting.sps = sps;
+    demod.oqpsk_phase_timing_est_prepare();
+    float_array phases = { 1.0f };
+    float_array timings = { 1.0f };
+    std::uint32_t count = 7;
+    EXPECT_FALSE(demod.phase_timing_estimate(make_tone(0.0, 64 * sps - 1), phases, timings, count));
+    EXPECT_EQ(count, 0u);
+    EXPECT_TRUE(phases.empty());
+    EXPECT_TRUE(timings.empty());
+    EXPECT_TRUE(demod.phase_timing_estimate(make_tone(0.0, 64 * sps), phases, timings, count));
+    EXPECT_EQ(count, 1u);
+}
+
+TEST(OqpskEstimate, PassesOverSamplesThatAreNotFinite)
+{
+    complex_array data = dma_test::make_signal(make_setting()).samples;
+    data[700] = { std::numeric_limits<float>::quiet_NaN(), 0.0f };
+    data[900] = { 1.0f, std::numeric_limits<float>::infinity() };
+    lib_dma_oqpsk_demod_t demod;
+    demod.setting.sps = sps;
+    demod.setting.filter_beta = 0.35f;
+    demod.oqpsk_phase_timing_est_prepare();
+    float_array phases;
+    float_array timings;
+    std::uint32_t count = 0;
+    ASSERT_TRUE(demod.phase_timing_estimate(data, phases, timings, count));
+    for (std::size_t i = 0; i < phases.size(); ++i)
+        ASSERT_LT(get_circle_distance(static_cast<double>(phases[i]), 0.0, pi / 2.0), 0.05) << i;
+}
+
+TEST(OqpskTiming, SaysThatARecordIsTooShortOrHasNoLine)
+{
+    for (const std::size_t size : { std::size_t(0), std::size_t(64 * sps - 1), std::size_t(64 * sps) })
+    {
+        lib_dma_oqpsk_demod_t demod;
+        demod.setting.sps = sps;
+        demod.setting.pre_num = 0;
+        demod.work.iq_data = make_tone(0.0, size);
+        const log_capture_t log;
+        float residual = 5.0f;
+        EXPECT_FALSE(demod.timing_recovery(residual)) << size;
+        EXPECT_EQ(residual, 5.0f);
+        const bool one_window = size == 64 * sps;
+        EXPECT_EQ(log.count(common_log::log_level_error,
+                            one_window ? "lib_dma_common_polyfit_t::deal_polyfit:error!\n"
+                                       : "lib_dma_oqpsk_demod_t::timing_recovery: the record is shorter than 64 symbols.\n"),
+                  1);
+    }
+}
+
+TEST(OqpskJudge, DecidesByQuadrantAndNamesAnUnknownFormat)
+{
+    lib_dma_oqpsk_demod_t demod;
+    for (const std::uint32_t format : { 0u, 1u })
+    {
+        for (int k = 0; k < 4; ++k)
+        {
+            const std::complex<double> point = std::polar(1.0, pi / 4.0 + k * pi / 2.0);
+            const std::complex<float> near(point + std::complex<double>(0.2, -0.15));
+            const std::complex<float> decided =
+                demod.oqpsk_judge(static_cast<lib_dma_psk_modulation_type_t>(format), near, 0.7853982f);
+            EXPECT_LT(std::abs(std::complex<double>(decided) - point), 1e-6) << format << " " << k;
+        }
+    }
+    const log_capture_t log;
+    EXPECT_EQ(demod.oqpsk_judge(static_cast<lib_dma_psk_modulation_type_t>(2), { 1.0f, 1.0f }, 0.0f), std::complex<float>());
+    EXPECT_EQ(log.count(common_log::log_level_end, "oqpsk_judge::oqpsk_judge default!\n"), 1);
+}
+
+TEST(OqpskProcess, MeasuresACleanSignalAtEveryTimingAndPhase)
+{
+    for (const double timing : { 0.0, 0.2, 0.45, 0.5, 0.8 })
+    {
+        for (const double phase : { 0.1, 1.7, 3.3, 4.9 })
+        {
+            dma_test::signal_setting_t setting = make_setting();
+            setting.timing_symbols = timing;
+            setting.carrier_phase = phase;
+            setting.carrier_offset_hz = 12345.0;
+            bench_t bench;
+            ASSERT_TRUE(bench.run(dma_test::make_signal(setting).samples));
+            EXPECT_LT(bench.evm(), 0.4f) << timing << " " << phase;
+            EXPECT_NEAR(bench.frequency(), 12345.0, 2e-5 * rate) << timing << " " << phase;
+        }
+    }
+}
+
+TEST(OqpskProcess, TakesOffsetsUpToTheReachOfTheEstimator)
+{
+    for (const double offset : { -0.95, -0.4, 0.3, 0.95 })
+    {
+        dma_test::signal_setting_t setting = make_setting();
+        setting.carrier_offset_hz = offset * rate;
+        setting.gain = 1e-5; // the fourth power of it is 1e-20
+        bench_t bench;
+        ASSERT_TRUE(bench.run(dma_test::make_signal(setting).samples));
+        EXPECT_LT(bench.evm(), 0.4f) << offset;
+        EXPECT_NEAR(bench.frequency(), offset * rate, 2e-5 * rate);
+    }
+}
+
+TEST(OqpskProcess, MeasuresHalfSinePulsesOnTheSampleGrid)
+{
+    for (const double offset : { 0.0, 0.31, -0.9 })
+    {
+        dma_test::signal_setting_t setting = make_setting();
+        setting.pulse = dma_test::signal_pulse_t::half_sine;
+        setting.carrier_offset_hz = offset * rate;
+        setting.timing_symbols = 0.25;
+        setting.carrier_phase = 0.7;
+        bench_t bench;
+        bench.filter().set_meas_filter_type(LIB_DMA_MEAS_NONE_FILTER);
+        bench.filter().set_ref_filter_type(LIB_DMA_REF_HALF_SINE_FILTER);
+        ASSERT_TRUE(bench.run(dma_test::make_signal(setting).samples));
+        EXPECT_LT(bench.evm(), 0.1f) << offset;
+        EXPECT_NEAR(bench.frequency(), offset * rate, 2e-5 * rate);
+    }
+}
+
+TEST(OqpskProcess, FindsASyncWordAtEveryPhaseWithExactSymbols)
+{
+    const std::string word = "0111001011010001101110000101";
+    std::vector<std::uint32_t> word_symbols;
+    for (std::size_t i = 0; i < word.size(); i += 2)
+        word_symbols.push_back(static_cast<std::uint32_t>((word[i] - '0') * 2 + (word[i + 1] - '0')));
+    for (int quarter = 0; quarter < 4; ++quarter)
+    {
+        for (const double timing : { 0.1, 0.6 })
+        {
+            dma_test::signal_setting_t setting = make_setting();
+            setting.carrier_phase = 0.3 + quarter * pi / 2.0;
+            setting.timing_symbols = timing;
+            setting.sync_symbols = word_symbols;
+            setting.sync_position = 200;
+            setting.snr_db = 20.0;
+            const dma_test::signal_t signal = dma_test::make_signal(setting);
+            bench_t bench;
+            bench.frame.set_sync_search(true);
+            bench.frame.set_sync_pattern_type(LIB_DMA_SYNC_BIT_PATTERN);
+            bench.frame.set_sync_pattern_bit(word);
+            bench.segment().get_time_configure().set_meas_interval(LIB_DMA_GROUP_OQPSK, 200);
+            ASSERT_TRUE(bench.run(signal.samples));
+            EXPECT_TRUE(bench.store.get_sync_search_flag_vec().at(0)) << quarter << " " << timing;
+            const std::vector<std::uint32_t>& decoded = bench.store.get_decode_bit(0);
+            const std::vector<std::uint32_t> sent(signal.symbols.begin() + 200, signal.symbols.begin() + 400);
+            EXPECT_EQ(decoded, sent) << quarter << " " << timing;
+        }
+    }
+}
+
+TEST(OqpskProcess, ReportsEveryHalfSymbolUnlessTheRailsAreAligned)
+{
+    const complex_array block = dma_test::make_signal(make_setting()).samples;
+    for (const bool aligned : { false, true })
+    {
+        bench_t bench;
+        bench.format().set_oqpsk_alig_iq(aligned);
+        ASSERT_TRUE(bench.run(block));
+        EXPECT_EQ(bench.store.get_error_summary(0).evm_trace.size(), aligned ? 300u : 600u);
+        EXPECT_EQ(bench.store.get_iq_meas_time_constellation(0).size(), aligned ? 300u : 600u);
+        EXPECT_EQ(bench.store.get_error_summary(0).meas_data.size(), 1200u);
+        EXPECT_EQ(bench.store.get_decode_bit(0).size(), 300u);
+        EXPECT_EQ(bench.store.get_iq_raw_time(0).size(), 1200u);
+    }
+}
+
+TEST(OqpskProcess, LogsItsStagesInTheirOrder)
+{
+    bench_t bench;
+    const complex_array block = dma_test::make_signal(make_setting()).samples;
+    const log_capture_t log;
+    ASSERT_TRUE(bench.run(block));
+    const char* const stages[] = {
+        "lib_dma_oqpsk_demod_t::timing_recovery start.\n", "lib_dma_oqpsk_demod_t::meas_filter_process start.\n",
+        "lib_dma_oqpsk_demod_t::symbol_detect.\n",         "lib_dma_oqpsk_demod_t::ref_data_generate.\n",
+        "lib_dma_oqpsk_demod_t::oqpsk_decode_bit.\n",      "lib_dma_oqpsk_demod_t::error_cal.\n",
+    };
+    std::size_t next = 0;
+    for (const common_log::log_record_t& record : log.get_records())
+    {
+        if (next < std::size(stages) && record.message == stages[next])
+            ++next;
+    }
+    EXPECT_EQ(next, std::size(stages));
+}
+
+TEST(OqpskProcess, EndsWithItsTextWhenTheLineStandsAtTheEndOfTheSpectrum)
+{
+    // Four times this tone is exactly half the working rate, the first bin.
+    bench_t bench;
+    const log_capture_t log;
+    const complex_array block = make_tone(-1.0 / 8.0, 8192 + 2 * run_in * sps);
+    EXPECT_FALSE(bench.run(block));
+    EXPECT_EQ(log.count(common_log::log_level_error, "lib_dma_qam_demod_t::frequency_error_correct error!\n"), 1);
+    EXPECT_EQ(bench.store.get_iq_raw_time(0), block);
+}
+
+TEST(OqpskProcess, EndsWellOrBadlyButAlwaysEndsOnDegenerateBlocks)
+{
+    for (const std::size_t size : { std::size_t(0), std::size_t(1), std::size_t(100), std::size_t(2 * run_in * sps), std::size_t(4000) })
+    {
+        for (const float level : { 0.0f, 1e-11f, 1e30f, std::numeric_limits<float>::quiet_NaN() })
+        {
+            bench_t bench;
+            EXPECT_NO_THROW(bench.run(complex_array(size, { level, level }))) << size << " " << level;
+        }
+    }
+}
+
+TEST(OqpskProcess, SaysThatItHasNoEqualizerYet)
+{
+    bench_t bench;
+    bench.segment().get_advance_configure().set_equalizer(true);
+    const complex_array block = dma_test::make_signal(make_setting()).samples;
+    const log_capture_t log;
+    EXPECT_TRUE(bench.run(block));
+    EXPECT_EQ(log.count(common_log::log_level_error, "lib_dma_oqpsk_demod_process: this version has no equalizer yet; the signal "
+                                                     "is measured without it.\n"),
+              1);
+}
