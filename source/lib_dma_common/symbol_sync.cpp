@@ -144,11 +144,9 @@ void symbol_timing_recovery_plan::init()
 
 void symbol_timing_recovery_plan::clear()
 {
-    cos_table_ = {};
-    sin_table_ = {};
-    filter_taps_ = {};
-    block_phase_ = {};
-    raw_data_ = {};
+    for (double_array* array : { &cos_table_, &sin_table_, &filter_taps_, &block_phase_ })
+        *array = double_array(); // = {} would keep the memory
+    raw_data_ = complex_array();
 }
 
 bool symbol_timing_recovery_plan::_cut_to_estimation_range(complex_array& input) const
