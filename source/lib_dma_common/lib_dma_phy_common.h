@@ -161,20 +161,21 @@ public:
 
     // Model of IQ impairments (lib_dma_phy_common_iq_model.cpp)
 
-    /// Largest record of `deal_iqoffset`: a matrix of 2048 by 2048 elements takes 32 MiB and seconds to invert.
+    /// Longest record of `deal_iqoffset`: a matrix of 2048 by 2048 elements takes 32 MiB and some ten seconds to invert.
     static constexpr std::uint32_t iq_model_longest_record = 2048;
 
-    /// Impairments by least squares: what is left of the measurement outside the first 64 taps of its response to the
-    /// reference is explained by the measurement's conjugate and a constant. Gain, phase and a channel of up to 64 taps
-    /// (circular) take no part in it.
+    /// Impairments by least squares. The measurement is taken as the circular response of taps h to the reference,
+    /// meas[k] = sum of h[j] ref[k + j]; what its taps from the 64th on hold is explained by those of the measurement's
+    /// conjugate and of a constant. Gain and phase, and a channel within the first 64 taps, take no part in it.
     ///
-    /// For meas = a ref + b conj(ref) + dc with the direct gain a real: the rail Q is (a - b) / (a + b) times the rail I. The
-    /// reference has to fill its band; one without power at some frequency, or one of real values, cannot be modelled.
-    /// @param meas, ref  of equal length, 66 to `iq_model_longest_record` samples, one rate, aligned
-    /// @param[out] iq_offset       dB of the constant against amplitude 1
-    /// @param[out] quad_error      degrees, angle by which the rail Q leads its right angle to the rail I
+    /// For meas = a ref + b conj(ref) + dc with the direct gain a real, the rail Q is (a - b) / (a + b) times the rail I. The
+    /// reference has to fill its band: one that is weak at some frequency cannot be modelled, nor one of real values.
+    /// @param meas, ref  66 to `iq_model_longest_record` samples of one rate, as many of either, in step and in phase
+    /// @param[out] iq_offset       dB, the constant that is left when the image is taken out, against amplitude 1
+    /// @param[out] quad_error      degrees by which the rail Q is ahead of a right angle to the rail I
     /// @param[out] gain_imbalance  dB, gain of the rail Q over that of the rail I
-    /// @return false for arrays of unfit length and when the model cannot be solved, which is logged; the figures stay then
+    /// @return false for records of unfit length and when the model cannot be solved, which is logged; the figures stay as
+    ///         they were
     static bool deal_iqoffset(const complex_array& meas, const complex_array& ref, float& iq_offset, float& quad_error,
                               float& gain_imbalance);
 

@@ -100,9 +100,9 @@ TEST(IqModel, MeasuresTheImpairmentsOfAModulator)
             // The rails again, from the two gains: I is the answer to 1, Q that to j.
             const double_sample_t rail_i = modulator.direct + modulator.image;
             const double_sample_t rail_q = modulator.direct - modulator.image;
-            EXPECT_NEAR(figures.gain_imbalance, 20.0 * std::log10(std::abs(rail_q / rail_i)), 2e-3) << count;
-            EXPECT_NEAR(figures.quad_error, std::arg(rail_q / rail_i) * 180.0 / std::numbers::pi, 2e-2) << count;
-            EXPECT_NEAR(figures.iq_offset, modulator.get_offset_db(), 2e-2) << count;
+            EXPECT_NEAR(figures.gain_imbalance, 20.0 * std::log10(std::abs(rail_q / rail_i)), 3e-4) << count;
+            EXPECT_NEAR(figures.quad_error, std::arg(rail_q / rail_i) * 180.0 / std::numbers::pi, 3e-3) << count;
+            EXPECT_NEAR(figures.iq_offset, modulator.get_offset_db(), 3e-3) << count;
         }
     }
 }
@@ -125,9 +125,9 @@ TEST(IqModel, TakesNoNoticeOfAChannelBeforeTheImpairment)
     const modulator_t modulator(1.0, -4.0, { 0.05, 0.0 });
     figures_t figures;
     ASSERT_TRUE(model(modulator.modulate(received), ref, figures));
-    EXPECT_NEAR(figures.gain_imbalance, 1.0, 5e-3);
-    EXPECT_NEAR(figures.quad_error, -4.0, 5e-2);
-    EXPECT_NEAR(figures.iq_offset, modulator.get_offset_db(), 5e-2);
+    EXPECT_NEAR(figures.gain_imbalance, 1.0, 3e-4);
+    EXPECT_NEAR(figures.quad_error, -4.0, 3e-3);
+    EXPECT_NEAR(figures.iq_offset, modulator.get_offset_db(), 3e-3);
 }
 
 TEST(IqModel, AveragesNoise)
