@@ -1,9 +1,9 @@
-#include "lib_dma_common/plain_array/carrier.h"
+#include "plain_array/carrier.h"
 
 #include "lib_dma_demod/lib_dma_ask_demod.h"
 #include "lib_dma_demod/lib_dma_psk_demod.h"
 #include "message_capture.h"
-#include "plain_array_signal.h"
+#include "plain_signal.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
-#include "lib_dma_common/plain_array/bit_map.h"
+#include "plain_array/bit_map.h"
 
 #include "dma_types.h"
-#include "lib_dma_common/plain_array/decision.h"
+#include "plain_array/decision.h"
 #include "message_capture.h"
 
 #include <gtest/gtest.h>

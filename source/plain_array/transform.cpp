@@ -1,6 +1,6 @@
-#include "lib_dma_common/plain_array/transform.h"
+#include "plain_array/transform.h"
 
-#include "lib_dma_common/plain_array/internal/split_array.h"
+#include "plain_array/internal/split_array.h"
 #include "support/lib_fourier_transform.h"
 
 namespace vrim::dma_demod_lib

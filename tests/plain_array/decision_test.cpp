@@ -1,10 +1,10 @@
-#include "lib_dma_common/plain_array.h"
+#include "plain_array/plain_array.h"
 
 #include "lib_dma_demod/lib_dma_dpsk_demod.h"
 #include "lib_dma_demod/lib_dma_psk_demod.h"
 #include "lib_dma_demod/lib_dma_qam_common.h"
 #include "message_capture.h"
-#include "plain_array_signal.h"
+#include "plain_signal.h"
 
 #include <gtest/gtest.h>
 

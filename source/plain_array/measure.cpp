@@ -1,7 +1,7 @@
-#include "lib_dma_common/plain_array/measure.h"
+#include "plain_array/measure.h"
 
 #include "lib_dma_common/lib_dma_phy_common.h"
-#include "lib_dma_common/plain_array/internal/split_array.h"
+#include "plain_array/internal/split_array.h"
 #include "lib_dma_common/reference_constellation.h"
 #include "support/internal/complex_ops.h"
 #include "support/lib_common_math.h"

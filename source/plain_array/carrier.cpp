@@ -1,6 +1,6 @@
-#include "lib_dma_common/plain_array/carrier.h"
+#include "plain_array/carrier.h"
 
-#include "lib_dma_common/plain_array/internal/split_array.h"
+#include "plain_array/internal/split_array.h"
 #include "lib_dma_common/reference_constellation.h"
 #include "lib_dma_demod/lib_dma_ask_demod.h"
 #include "lib_dma_demod/lib_dma_psk_demod.h"

@@ -1,7 +1,7 @@
-#include "lib_dma_common/plain_array/bit_map.h"
+#include "plain_array/bit_map.h"
 
-#include "lib_dma_common/plain_array/internal/psk_state.h"
-#include "lib_dma_common/plain_array/internal/split_array.h"
+#include "plain_array/internal/psk_state.h"
+#include "plain_array/internal/split_array.h"
 #include "support/internal/qam_grid.h"
 #include "support/lib_constellation.h"
 #include "support/trace_output.h"

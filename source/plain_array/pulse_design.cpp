@@ -1,6 +1,6 @@
-#include "lib_dma_common/plain_array/pulse_design.h"
+#include "plain_array/pulse_design.h"
 
-#include "lib_dma_common/plain_array/internal/split_array.h"
+#include "plain_array/internal/split_array.h"
 #include "support/internal/complex_ops.h"
 #include "support/lib_filter.h"
 #include "support/trace_output.h"
@@ -87,15 +87,6 @@ bool design_pulse(common_lib::lib_filter_type_t type, double beta, std::uint32_t
     return generate_taps(type, beta, span, sps, taps) || report(words.too_long);
 }
 } // namespace
-
-float sinc(float x)
-{
-    const double wide = static_cast<double>(x);
-    if (std::abs(wide) < 1e-12)
-        return 1.0f;
-    const double angle = common_lib::pi * wide;
-    return static_cast<float>(std::sin(angle) / angle);
-}
 
 bool filter_design_raise_cosine(double beta, std::uint32_t span, std::uint32_t sps, float* taps)
 {

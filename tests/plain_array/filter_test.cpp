@@ -1,7 +1,7 @@
-#include "lib_dma_common/plain_array/filter.h"
+#include "plain_array/filter.h"
 
 #include "message_capture.h"
-#include "plain_array_signal.h"
+#include "plain_signal.h"
 #include "support/lib_filter.h"
 
 #include <gtest/gtest.h>

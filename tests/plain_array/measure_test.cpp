@@ -1,8 +1,8 @@
-#include "lib_dma_common/plain_array/measure.h"
+#include "plain_array/measure.h"
 
 #include "lib_dma_common/lib_dma_phy_common.h"
 #include "message_capture.h"
-#include "plain_array_signal.h"
+#include "plain_signal.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
-#include "lib_dma_common/plain_array/filter.h"
+#include "plain_array/filter.h"
 
-#include "lib_dma_common/plain_array/internal/split_array.h"
+#include "plain_array/internal/split_array.h"
 #include "support/lib_filter.h"
 #include "support/trace_output.h"
 

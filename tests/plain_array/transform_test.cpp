@@ -1,7 +1,7 @@
-#include "lib_dma_common/plain_array/transform.h"
+#include "plain_array/transform.h"
 
 #include "message_capture.h"
-#include "plain_array_signal.h"
+#include "plain_signal.h"
 #include "support/lib_fourier_transform.h"
 
 #include <gtest/gtest.h>

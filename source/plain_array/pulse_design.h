@@ -10,9 +10,6 @@
 /// Source: J. G. Proakis, M. Salehi, Digital Communications, 5th ed., McGraw-Hill, 2008, chapter 9.
 namespace vrim::dma_demod_lib
 {
-/// Normalised sinc, sin(pi x) / (pi x), computed in double; 1 within 1e-12 of 0.
-DMA_DEMOD_EXPORT float sinc(float x);
-
 /// Raised cosine, sinc(t) cos(pi beta t) / (1 - (2 beta t)^2), times 1 / sqrt(sps): the sum comes near sqrt(sps).
 /// @param beta  roll-off, 0 to 1
 /// @param span  symbols, 1 or more

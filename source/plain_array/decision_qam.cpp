@@ -1,5 +1,5 @@
-#include "lib_dma_common/plain_array/decision.h"
-#include "lib_dma_common/plain_array/internal/split_array.h"
+#include "plain_array/decision.h"
+#include "plain_array/internal/split_array.h"
 #include "lib_dma_demod/lib_dma_qam_common.h"
 #include "support/trace_output.h"
 
