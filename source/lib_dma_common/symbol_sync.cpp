@@ -1,6 +1,6 @@
 #include "lib_dma_common/symbol_sync.h"
 
-#include "lib_dma_common/plain_array.h"
+#include "lib_dma_common/sinc.h"
 #include "support/internal/complex_ops.h"
 #include "support/internal/fir_kernel.h"
 #include "support/internal/narrow.h"
@@ -144,9 +144,11 @@ void symbol_timing_recovery_plan::init()
 
 void symbol_timing_recovery_plan::clear()
 {
-    for (double_array* array : { &cos_table_, &sin_table_, &filter_taps_, &block_phase_ })
-        *array = double_array(); // = {} would keep the memory
-    raw_data_ = complex_array();
+    cos_table_ = {};
+    sin_table_ = {};
+    filter_taps_ = {};
+    block_phase_ = {};
+    raw_data_ = {};
 }
 
 bool symbol_timing_recovery_plan::_cut_to_estimation_range(complex_array& input) const
