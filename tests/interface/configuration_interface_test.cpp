@@ -22,6 +22,19 @@ static_assert(holds_values<lib_dma_frame_configure_manager_t>);
 static_assert(std::is_constructible_v<lib_dma_recall_demod_info_configure_manager_t, lib_segment_level_info_t>);
 static_assert(std::is_constructible_v<lib_dma_segment_configure_manager_t, lib_segment_level_info_t>);
 
+template <typename... enum_t>
+constexpr bool are_32_bit_enumerations = ((std::is_enum_v<enum_t> &&
+                                           std::is_same_v<std::underlying_type_t<enum_t>, std::uint32_t>)&&...);
+static_assert(
+    are_32_bit_enumerations<
+        lib_dma_modulation_type_t, lib_dma_psk_modulation_type_t, lib_dma_qam_modulation_type_t, lib_dma_fsk_modulation_type_t,
+        lib_dma_msk_modulation_type_t, lib_dma_ask_modulation_type_t, lib_dma_apsk_modulation_type_t,
+        lib_dma_dpsk_modulation_type_t, lib_dma_oqpsk_modulation_type_t, lib_dma_vsb_modulation_type_t,
+        lib_dma_custom_modulation_type_t, lib_dma_other_modulation_type_t, lib_dma_cpm_index_type_t, lib_dma_fsk_deviation_type_t,
+        lib_dma_point_per_symbol_type_t, lib_dma_filter_group_type_t, lib_dma_meas_filter_type_t, lib_dma_ref_filter_type_t,
+        lib_dma_user_define_filter_type_t, lib_dma_fft_window_type_t, lib_dma_spectrum_type_t, lib_dma_evm_normalize_type_t,
+        lib_dma_meas_offset_ref_t, lib_dma_sync_pattern_t, lib_dma_payload_data_type_t, lib_dma_main_process_state_t>);
+
 TEST(DmaTimeConfigureManagerInterface, OffersItsOperations)
 {
     offers<void()>(&lib_dma_time_configure_manager_t::init);

@@ -157,9 +157,3 @@ TEST(ResamplingInterface, OffersItsOperations)
         &upfirdn<float, float, float>);
     offers<std::size_t(const float*, std::size_t, float*, std::size_t)>(&lib_common_resample_t<float, float, float>::apply);
 }
-
-TEST(PlainArraysInterface, OffersItsOperations)
-{
-    offers<float(float)>(&sinc);
-    offers<void(int, std::uint32_t, std::uint32_t, const float*, const float*, float*, float*)>(&upsample);
-}
