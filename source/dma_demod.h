@@ -7,6 +7,7 @@
 #include "cfg/cfg_dma_recall_demod_info.h"
 #include "cfg/cfg_dma_segment.h"
 #include "cfg/cfg_dma_time.h"
+#include "demod_container.h"
 #include "dma_export.h"
 #include "dma_types.h"
 #include "fir_filter/lib_fir_design_parameter.h"
