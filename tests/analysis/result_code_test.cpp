@@ -275,6 +275,8 @@ TEST(ResultCode, OfARunAfterAFailureIsItsOwn)
     ASSERT_TRUE(plain.locked());
     const auto run_failing = [&](const lib_dma_frame_configure_manager_t& frame, const vrim::complex_array& capture)
     {
+        const trace_capture_t quiet;
+        const log_capture_t log;
         analyser.set_frame_configure(frame);
         analyser.set_demod_data(capture);
         return analyser.dma_phy_process();

@@ -87,7 +87,7 @@ signal_setting_t make_sync_signal(signal_format_t format, std::uint32_t position
     const std::uint32_t order = get_order(format);
     signal_setting_t signal;
     signal.format = format;
-    signal.half_span_symbols = 60;
+    signal.half_span_symbols = 45;
     signal.shape = 0.5;
     signal.symbol_count = search_symbols + 2 * get_search_start(format) + 20;
     signal.seed = seed;
