@@ -51,6 +51,7 @@ TEST(CommandLine, HelpNamesEveryOptionAndExitStatus)
                               "--iq-rotation",
                               "--start",
                               "--count",
+                              "--resample",
                               "--datatype",
                               "--json",
                               "--verbose",

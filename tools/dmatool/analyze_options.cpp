@@ -122,6 +122,10 @@ void add_analyze_options(CLI::App& command, analyze_arguments_t& arguments)
     add("--sample-rate", arguments.sample_rate, "Hz; stands above the SigMF metadata", file);
     add("--start", arguments.start, "samples of the file to pass over [0]", file);
     add("--count", arguments.count, "samples of the file to take [all]", file);
+    command
+        .add_flag("--resample", arguments.resample,
+                  "first to the nearest multiple of 100 Hz; else the sample rate is taken as the one below")
+        ->group(file);
 
     add_signal_options(command, arguments);
 
@@ -222,6 +226,7 @@ analyze_options_t parse_analyze_options(const analyze_arguments_t& arguments)
 
     parse_signal_options(arguments, options);
 
+    options.resample = arguments.resample;
     options.align_iq = arguments.align_iq;
     options.json = arguments.json;
     options.traces = arguments.traces;

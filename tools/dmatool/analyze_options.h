@@ -26,6 +26,7 @@ struct analyze_arguments_t
     std::optional<std::string> evm_ref, clock_adjust, iq_rotation;
     std::optional<std::string> settings; ///< file that says what no option says
     bool allow_large = false;
+    bool resample = false;
     bool align_iq = false;
     bool json = false;
     bool traces = false;
@@ -36,6 +37,7 @@ struct analyze_arguments_t
 struct analyze_options_t
 {
     capture_request_t capture;
+    bool resample = false; ///< to a sample rate that is a multiple of 100 Hz
     format_choice_t format;
     std::uint64_t symbol_rate = 0; ///< Hz
     std::uint32_t points_per_symbol = 4;
