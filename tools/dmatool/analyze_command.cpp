@@ -96,6 +96,18 @@ void note_rates(const analyze_options_t& options, double sample_rate, std::uint6
                     rate.down, 20.0e-6 * static_cast<double>(std::max(rate.up, rate.down)), advice));
 }
 
+/// The measured signal has about unit power, so the taps alone say where the adaptation is stable.
+void note_equalizer(const analyze_options_t& options, std::vector<std::string>& notes)
+{
+    const double taps = (options.equalizer_length - 1.0) * options.points_per_symbol + 1.0;
+    if (options.equalizer && options.equalizer_step * taps >= 2.0)
+    {
+        notes.push_back(fmt::format("the equalizer of {} taps may diverge with a step of {}; give --equalizer-step {:.1g} or fewer "
+                                    "--points-per-symbol",
+                                    taps, options.equalizer_step, 0.5 / taps));
+    }
+}
+
 void check_length(const analyze_options_t& options, const lib_dma_frame_configure_manager_t& frame, std::uint64_t sample_count,
                   std::uint64_t kept)
 {
@@ -282,6 +294,9 @@ lib_dma_frame_configure_manager_t make_frame(const analyze_options_t& options, s
     advance.set_evm_normalization_ref(options.evm_ref);
     advance.set_clock_adjust(options.clock_adjust);
     advance.set_iq_rotation(options.iq_rotation);
+    advance.set_equalizer(options.equalizer);
+    advance.set_equalizer_filter_len(options.equalizer_length);
+    advance.set_equalizer_coef(options.equalizer_step);
 
     // Nine tenths: all of what a receiver's filters leave, and as much as the carrier power can be summed over.
     const std::uint64_t usable = std::max<std::uint64_t>(1U, kept_sample_rate * 9U / 10U);
@@ -342,6 +357,7 @@ analysis_t run_analysis(const analyze_options_t& options, const line_sink_t& not
     analysis.rate = cal_rate_plan(kept, options.symbol_rate, options.points_per_symbol);
     check_rates(options, sample_rate, kept, analysis.rate);
     note_rates(options, sample_rate, kept, analysis.rate, analysis.notes);
+    note_equalizer(options, analysis.notes);
 
     analysis.frame = make_frame(options, analysis.sample_count, kept);
     if (options.bandwidth_of_file && analysis.frame.get_bandwidth() != options.bandwidth)
