@@ -148,7 +148,8 @@ public:
     /// logged and get a centre tap of 1 again for the next pass; this pass is still used.
     /// @param[in,out] meas  at the rate of the taps, becomes the equalized signal, see `deal_equailizer`
     /// @param ref           the ideal signal
-    /// @param coef          step size. Stable below 2 / (taps * power of `meas`); one that is not is logged.
+    /// @param coef          step size. Stable below 2 / (largest energy of `meas` within the taps); a first pass with one that
+    ///                      is not is logged.
     /// @param filter_len    taps, odd
     /// @param config        its `equalizer_filter` is read and written
     /// @return false when there are fewer than 2 taps, which is reported, or more than 65,536, which is logged: `meas` stays

@@ -3,7 +3,6 @@
 #include "lib_dma_phy_result.h"
 #include "support/internal/complex_ops.h"
 #include "support/internal/vector_clones.h"
-#include "support/lib_common_math.h"
 #include "support/lib_window_function.h"
 #include "support/log_macro.h"
 #include "support/trace_output.h"
@@ -181,14 +180,34 @@ std::complex<float> taper_taps(const complex_array& window, complex_array& filte
     return sum;
 }
 
+/// Largest energy of the samples that stand within the taps at a time.
+double cal_largest_energy(const complex_array& meas, std::size_t taps)
+{
+    const auto energy_of = [&meas](std::size_t n)
+    {
+        const double re = static_cast<double>(meas[n].real());
+        const double im = static_cast<double>(meas[n].imag());
+        return re * re + im * im;
+    };
+    double energy = 0.0;
+    double largest = 0.0;
+    for (std::size_t n = 0; n < meas.size(); ++n)
+    {
+        energy += energy_of(n);
+        if (n >= taps)
+            energy -= energy_of(n - taps);
+        largest = std::max(largest, energy);
+    }
+    return largest;
+}
+
+/// A step below 2 over the energy leaves the taps' error no larger than it was, at every position.
 void warn_of_large_step(const complex_array& meas, double coef, std::uint32_t filter_len)
 {
-    const double rms = static_cast<double>(common_lib::lib_common_math_t::get_complex_array_rms(meas));
-    const double bound = 2.0 / (static_cast<double>(filter_len) * rms * rms);
+    const double bound = 2.0 / cal_largest_energy(meas, filter_len);
     if (coef >= bound)
-        DMA_LOG_INFO("lib_dma_phy_common_t::apply_equailizer:step size {:g} is not below {:g}, 2 / (taps * power): the taps "
-                     "may diverge.\n",
-                     coef, bound);
+        DMA_LOG_INFO("lib_dma_phy_common_t::apply_equailizer:step size {:g} is not below {:g}: the taps may diverge.\n", coef,
+                     bound);
 }
 } // namespace
 

@@ -115,6 +115,7 @@ bool all_finite(const complex_array& values)
                        { return std::isfinite(value.real()) && std::isfinite(value.imag()); });
 }
 
+[[maybe_unused]]
 void expect_finite(const equalized_run_t& run)
 {
     const error_summary_t& summary = run.result.summary;
@@ -169,29 +170,48 @@ TEST(Explore, Figures)
     }
 }
 
-TEST(Explore, Groups)
+TEST(Explore, Long)
 {
-    for (const signal_format_t format :
-         { signal_format_t::bpsk, signal_format_t::qpsk, signal_format_t::qpsk_3pi_4, signal_format_t::dqpsk, signal_format_t::dqpsk_pi_4, signal_format_t::qam16, signal_format_t::apsk16,
-           signal_format_t::ask4, signal_format_t::fsk2, signal_format_t::fsk4, signal_format_t::msk, signal_format_t::oqpsk })
-        for (const std::uint32_t points : { 1u, 2u, 4u, 8u, 10u, 20u })
+    const signal_t signal = make_format(signal_format_t::qpsk);
+    const complex_array capture = send_through(signal.samples, { { { 0.5, 0.0 }, 4 } });
+    const analysis_setting_t setting = make_analysis(signal_format_t::qpsk);
+    for (const equalizer_setting_t e : { equalizer_setting_t{ 0.01, 21 }, { 0.005, 41 }, { 0.01, 41 }, { 0.005, 21 }, { 0.01, 11 } })
+    {
+        equalized_run_t run(capture, setting, e);
+        std::printf("long %g %u code %d w%d:", e.step, e.length, run.result.code, run.warned);
+        for (double v : run.pass_evms)
+            std::printf(" %.3f", v);
+        std::printf("\n");
+    }
+    for (const signal_format_t format : { signal_format_t::ask4, signal_format_t::apsk16, signal_format_t::qam16, signal_format_t::oqpsk, signal_format_t::qpsk, signal_format_t::fsk2, signal_format_t::msk })
+        for (const std::uint32_t points : { 1u, 4u, 8u, 10u })
         {
             const signal_t s = make_format(format, 0.5);
             analysis_setting_t a = make_analysis(format);
             a.alpha = 0.5;
             a.points_per_symbol = points;
-            if (format == signal_format_t::msk)
-            {
-                a.meas_filter = LIB_DMA_MEAS_NONE_FILTER;
-                a.ref_filter = LIB_DMA_REF_RECTANGULAR_FILTER;
-            }
             const analysis_result_t plain = analyse(s.samples, a);
             equalized_run_t run(s.samples, a, {});
-            const decode_match_t p = match_decoded(format, plain.decoded, s.symbols, 85, 120);
-            const decode_match_t m = match_decoded(format, run.result.decoded, s.symbols, 85, 130);
-            std::printf("%s pts %u: plain code %d %.3f lag %d wrong %zu; eq code %d warned %d div %d lag %d wrong %zu head %u:", get_signal_format(format).name.c_str(), points, plain.code, static_cast<double>(plain.summary.evm_rms), p.lag, p.differing, run.result.code, run.warned, run.diverged, m.lag, m.differing, run.record().equalizer_head_len);
-            for (double e : run.pass_evms)
-                std::printf(" %.3f", e);
-            std::printf(" sizes %zu %zu %zu %zu %zu %zu\n", run.result.decoded.size(), run.result.meas_symbols.size(), run.result.ref_symbols.size(), run.result.summary.meas_data.size(), run.store().get_error_vector(0).size(), run.result.summary.evm_trace.size());
+            std::printf("%s %u w%d d%d code %d evm %g plain sizes %zu %zu eq %zu %zu\n", get_signal_format(format).name.c_str(), points, run.warned, run.diverged, run.result.code, static_cast<double>(run.result.summary.evm_rms), plain.summary.meas_data.size(), plain.meas_symbols.size(), run.result.summary.meas_data.size(), run.result.meas_symbols.size());
         }
+}
+
+TEST(Explore, Divergence)
+{
+    const signal_t signal = make_format(signal_format_t::qpsk);
+    const complex_array capture = send_through(signal.samples, symbol_echoes);
+    for (const std::uint32_t points : { 1u, 2u, 4u, 8u, 10u, 16u, 20u })
+    {
+        analysis_setting_t setting = make_analysis(signal_format_t::qpsk);
+        setting.points_per_symbol = points;
+        const double bound = 2.0 / (20.0 * points + 1.0);
+        std::printf("points %u bound %g:", points, bound);
+        for (const double share : { 0.02, 0.1, 0.25, 0.5, 0.75, 0.9, 1.0, 1.1, 1.25, 1.5, 2.0, 4.0 })
+        {
+            equalized_run_t run(capture, setting, { share * bound, 21 });
+            std::printf(" %.2f:(%d %zu d%d %.2f)", share, run.result.code, run.pass_evms.size(), run.diverged, run.pass_evms.empty() ? -1.0 : run.pass_evms.back());
+        }
+        equalized_run_t run(capture, setting, {});
+        std::printf(" default:(%d d%d w%d %.2f)\n", run.result.code, run.diverged, run.warned, run.pass_evms.empty() ? -1.0 : run.pass_evms.back());
+    }
 }

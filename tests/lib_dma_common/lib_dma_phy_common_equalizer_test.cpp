@@ -434,6 +434,7 @@ TEST(EqualizerPass, SaysInTheFirstPassThatAStepIsNotStable)
     EXPECT_EQ(count_warnings(1.0, 0.096, 1), 0);
     EXPECT_EQ(count_warnings(4.0, 0.095, 0), 1);
     EXPECT_EQ(count_warnings(0.0, 1.0, 0), 0);
+    EXPECT_EQ(count_warnings(std::numeric_limits<double>::quiet_NaN(), 1.0, 0), 0);
 }
 
 TEST(EqualizerPass, ReportsFewerThanTwoTapsAndLeavesTheMeasurement)

@@ -96,11 +96,12 @@ void note_rates(const analyze_options_t& options, double sample_rate, std::uint6
                     rate.down, 20.0e-6 * static_cast<double>(std::max(rate.up, rate.down)), advice));
 }
 
-/// The measured signal has about unit power, so the taps alone say where the adaptation is stable.
+/// The measured signal has about unit power, so the adaptation is unstable where step and taps make 2. Half of that leaves room
+/// for stretches of loud symbols.
 void note_equalizer(const analyze_options_t& options, std::vector<std::string>& notes)
 {
     const double taps = (options.equalizer_length - 1.0) * options.points_per_symbol + 1.0;
-    if (options.equalizer && options.equalizer_step * taps >= 2.0)
+    if (options.equalizer && options.equalizer_step * taps >= 1.0)
     {
         notes.push_back(fmt::format("the equalizer of {} taps may diverge with a step of {}; give --equalizer-step {:.1g} or fewer "
                                     "--points-per-symbol",
