@@ -116,11 +116,10 @@ TEST(EqualizerStage, GoesOnWithoutAFilter)
 
 TEST(EqualizerStage, KnowsTheHeadThatItDrops)
 {
-    demod_setting_t setting;
-    setting.equalizer_head_len = 11;
-    EXPECT_EQ(get_equalizer_head(setting), 0u);
-    setting.equalizer = true;
-    EXPECT_EQ(get_equalizer_head(setting), 11u);
+    equalizer_run_t run(0, 0);
+    EXPECT_EQ(get_equalizer_head(run.setting), 3u);
+    run.setting.equalizer = false;
+    EXPECT_EQ(get_equalizer_head(run.setting), 0u);
 }
 
 TEST(EqualizerStage, StoresTheResponseOfADelayAsFlat)
