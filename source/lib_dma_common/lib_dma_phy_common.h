@@ -11,6 +11,8 @@
 
 namespace vrim::dma_demod_lib
 {
+struct lib_dma_demod_config_mgr;
+
 /// Rows of equal length.
 using complex_matrix = std::vector<complex_array>;
 
@@ -178,6 +180,36 @@ public:
     ///         they were
     static bool deal_iqoffset(const complex_array& meas, const complex_array& ref, float& iq_offset, float& quad_error,
                               float& gain_imbalance);
+
+    // Adaptive equalizer (lib_dma_phy_common_equalizer.cpp)
+
+    /// One pass of the equalizer: a sweep of `deal_equailizer`, and a Kaiser taper of beta 12 on the taps that it leaves.
+    ///
+    /// In the first pass (`equalizer_loop_number` of 0) the taps are a delay of half the length, later they go on from where
+    /// the last pass left them; a tap that is not finite counts as 0. Taps whose sum has become infinite or not a number are
+    /// logged and get a centre tap of 1 again for the next pass; this pass is still used.
+    /// @param[in,out] meas  at the rate of the taps, becomes the equalized signal, see `deal_equailizer`
+    /// @param ref           the ideal signal
+    /// @param coef          step size. Stable below 2 / (largest energy of `meas` within the taps); a first pass with one that
+    ///                      is not is logged.
+    /// @param filter_len    taps, odd
+    /// @param config        its `equalizer_filter` is read and written
+    /// @return false when there are fewer than 2 taps, which is reported, or more than 65,536, which is logged: `meas` stays
+    /// @throws std::out_of_range for a `filter_len` of 0 in the first pass and below the count of taps later
+    static bool apply_equailizer(complex_array& meas, const complex_array& ref, double coef, std::uint32_t filter_len,
+                                 lib_dma_demod_config_mgr& config);
+    /// Sweeps once over the signal, `y` = sum of x[j] conj(filter[j]) with x[0] the newest sample, and corrects every tap at
+    /// every step by coef * x[j] * conj(ref - y), in single precision.
+    ///
+    /// With L taps and N samples `out` has a sample under the centre tap of each of the N - L steps: it is 0 at its first
+    /// L - floor(L / 2) - 1 and at its last floor(L / 2) + 1 positions, and all 0 when N is at most L.
+    /// @param[out] out     as long as `meas`
+    /// @param[out] err     as long as `meas`: the square of ref - y of step k at k, else 0
+    /// @param filter       the taps; changed
+    /// @return always true
+    /// Source: B. Widrow, J. McCool, M. Ball, "The complex LMS algorithm", Proc. IEEE 63(4), 1975.
+    static bool deal_equailizer(const complex_array& meas, const complex_array& ref, double coef, complex_array& out,
+                                complex_array& filter, complex_array& err);
 
     // Power (lib_dma_phy_common_power.cpp)
 

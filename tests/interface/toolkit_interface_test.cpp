@@ -91,6 +91,10 @@ TEST(DmaPhyCommonInterface, OffersItsOperations)
     offers<bool(constellation_map&)>(&lib_dma_phy_common_t::amplitude_max_normalize);
     offers<qam_norm_t(lib_dma_qam_modulation_type_t)>(&lib_dma_phy_common_t::qam_get_norm_param);
     offers<apsk_norm_t(lib_dma_apsk_modulation_type_t, float)>(&lib_dma_phy_common_t::apsk_get_norm_param);
+    offers<bool(complex_array&, const complex_array&, double, std::uint32_t, lib_dma_demod_config_mgr&)>(
+        &lib_dma_phy_common_t::apply_equailizer);
+    offers<bool(const complex_array&, const complex_array&, double, complex_array&, complex_array&, complex_array&)>(
+        &lib_dma_phy_common_t::deal_equailizer);
     offers<void(const char*, complex_array&)>(&lib_dma_phy_common_t::get_test_demod_data);
     offers<void(const char*, complex_array&)>(&lib_dma_phy_common_t::input_data2_complex_arr);
 }
