@@ -1,6 +1,6 @@
 #include "lib_dma_common/symbol_sync.h"
 
-#include "lib_dma_common/plain_array.h"
+#include "lib_dma_common/sinc.h"
 #include "support/internal/complex_ops.h"
 #include "support/internal/fir_kernel.h"
 #include "support/internal/narrow.h"

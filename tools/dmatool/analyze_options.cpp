@@ -126,7 +126,7 @@ void add_analyze_options(CLI::App& command, analyze_arguments_t& arguments)
     add_signal_options(command, arguments);
 
     command.add_flag("--align-iq", arguments.align_iq, "of OQPSK: results at whole symbols only, not at half ones too")
-        ->group(measurement);
+        ->group("Measurement");
 
     const char* const report = "Report";
     command.add_flag("--json", arguments.json, "one JSON document instead of the table")->group(report);
