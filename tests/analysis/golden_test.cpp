@@ -93,23 +93,16 @@ TEST_P(GoldenCapture, ReadsTheFiguresOfAnIndependentModel)
     };
     compare("evm_rms", result.summary.evm_rms, 0.03, 0.02);
     compare("mag_err_rms", result.summary.mag_err_rms, 0.03, 0.02);
-    // Symbols of a carrier that is off have no phase: their errors are the angles of rounding in the reference.
+    // Symbols of a carrier that is off have no phase, and what stands for it differs from model to model.
     const double innermost = get_innermost(setting.format);
     if (innermost > 0.0)
         compare("phase_err_rms", result.summary.phase_err_rms, 0.03, 0.02);
     compare("evm_max", result.summary.evm_max, 0.1, 0.05);
     compare("evm_min", result.summary.evm_min, 0.1, 0.05);
     compare("mag_err_max", result.summary.mag_err_max, 0.1, 0.05);
-    // Dense formats: an EVM within its tolerance moves the SNR by more than 0.25 dB, and an error vector within that of the
-    // largest turns an innermost point by more than the bound of the other formats.
-    const bool dense = get_order(setting.format) >= 512;
-    const double evm = expected.at("evm_rms").get<double>();
-    const double evm_max = expected.at("evm_max").get<double>();
-    if (dense)
-        compare("phase_err_max", result.summary.phase_err_max, (0.1 + 0.05 * evm_max) / (100.0 * innermost) * 57.3, 0.0);
-    else if (innermost > 0.0)
+    if (innermost > 0.0)
         compare("phase_err_max", result.summary.phase_err_max, 0.1, 0.05);
-    compare("snr", result.summary.snr, dense ? 20.0 * std::log10(1.0 + (0.03 + 0.02 * evm) / evm) : 0.25, 0.0);
+    compare("snr", result.summary.snr, 0.25, 0.0);
     compare("frequency_error", result.table.frequency_error, 0.3, 0.0);
     if (expected.contains("depth"))
         compare("depth", result.summary.depth, 0.005, 0.0);
