@@ -12,7 +12,8 @@ using namespace vrim;
 TEST(PhasorKernel, TurnsEachSampleBackByItsAngle)
 {
     // Lengths around the block that is turned at once.
-    for (const std::size_t count : { std::size_t(0), std::size_t(1), std::size_t(255), std::size_t(256), std::size_t(257), std::size_t(1000) })
+    for (const std::size_t count :
+         { std::size_t(0), std::size_t(1), std::size_t(255), std::size_t(256), std::size_t(257), std::size_t(1000) })
     {
         float_array angles(count);
         complex_array data(count);
