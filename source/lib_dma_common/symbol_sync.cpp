@@ -83,7 +83,8 @@ std::size_t get_front_padding(std::uint32_t order)
 }
 
 /// out[k] = sum of taps[i] * in[first + k + i]; samples outside the record count as zero.
-void delay_edge(const float_array& taps, const complex_array& in, std::ptrdiff_t first, std::size_t count, std::complex<float>* out)
+void delay_edge(const float_array& taps, const complex_array& in, std::ptrdiff_t first, std::size_t count,
+                std::complex<float>* out)
 {
     complex_array samples(count + taps.size(), { 0.0f, 0.0f });
     for (std::size_t i = 0; i < samples.size(); ++i)
@@ -291,7 +292,8 @@ std::uint32_t symbol_timing_recovery_plan::_cal_whole_delay(float offset) const
     return delay > 0.0f && std::isfinite(delay) ? static_cast<std::uint32_t>(delay) : 0;
 }
 
-void symbol_timing_recovery_plan::_delay_fraction(float offset, const complex_array& record, std::size_t skip, complex_array& output)
+void symbol_timing_recovery_plan::_delay_fraction(float offset, const complex_array& record, std::size_t skip,
+                                                  complex_array& output)
 {
     const std::int64_t start_time = common_lib::lib_test_t::get_current_time();
     float fraction = static_cast<double>(offset) <= 1e-12 ? offset - std::ceil(offset) : offset - std::floor(offset);
