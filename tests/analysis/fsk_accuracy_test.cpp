@@ -22,7 +22,7 @@ TEST(FskAccuracy, NoiseComesBackAsTheFrequencyErrorThatItIs)
 
 TEST(FskAccuracy, GaussianTonesAreReadAtTheSymbols)
 {
-    expect_bars(measure_fsk_gaussian_runs(), 2 * 4);
+    expect_bars(measure_fsk_gaussian_runs(), 2 * 5);
 }
 
 TEST(FskAccuracy, TheCarrierIsFoundUpToTheSymbolRate)

@@ -55,7 +55,7 @@ analysis_setting_t make_fsk_analysis(const signal_setting_t& signal)
         break;
     case signal_pulse_t::rectangular:
         setting.alpha = 0.5;
-        setting.meas_filter = LIB_DMA_MEAS_RECTANGULAR_FILTER;
+        setting.meas_filter = LIB_DMA_MEAS_NONE_FILTER;
         setting.ref_filter = LIB_DMA_REF_RECTANGULAR_FILTER;
         break;
     default:
@@ -66,16 +66,20 @@ analysis_setting_t make_fsk_analysis(const signal_setting_t& signal)
 
 double cal_symbol_frequency(const signal_setting_t& setting, const signal_t& signal, std::size_t index)
 {
-    if (setting.pulse != signal_pulse_t::gaussian)
+    if (setting.pulse == signal_pulse_t::rectangular)
         return signal.levels[index];
+    // The root raised cosine is one behind its measurement filter.
+    const signal_pulse_t pulse =
+        setting.pulse == signal_pulse_t::gaussian ? signal_pulse_t::gaussian : signal_pulse_t::raised_cosine;
+    constexpr int reach = 8;
     constexpr int parts = 16; // of a sample, for its mean
     const double sample = setting.symbol_rate / setting.sample_rate;
     double value = 0.0;
-    for (int j = -3; j <= 3; ++j)
+    for (int j = -reach; j <= reach; ++j)
     {
         double mean = 0.0;
         for (int part = 0; part < parts; ++part)
-            mean += cal_held_pulse(setting.pulse, j + sample * ((part + 0.5) / parts - 0.5), setting.shape) / parts;
+            mean += cal_held_pulse(pulse, j + sample * ((part + 0.5) / parts - 0.5), setting.shape) / parts;
         value += signal.levels[index - static_cast<std::size_t>(j)] * mean;
     }
     return value;

@@ -15,8 +15,7 @@ constexpr std::uint32_t fsk_interval = 1024;
 /// Clean FSK of `sps` samples a symbol, a deviation of a quarter of the symbol rate, and tones equally frequent in every run of 8
 /// or, with more tones than that, of one symbol each.
 signal_setting_t make_fsk_signal(signal_format_t format, signal_pulse_t pulse, double shape, std::uint32_t sps = 8);
-/// Its analysis with filters of 16 symbols: the root raised cosine pair; for the other pulses the reference of their shape
-/// and, for the rectangular one, a boxcar of a symbol.
+/// Its analysis with filters of 16 symbols: the root raised cosine pair, for the other pulses their reference alone.
 analysis_setting_t make_fsk_analysis(const signal_setting_t& signal);
 
 /// Figures of the outer tones by their definition, in units of the deviation about the carrier.
@@ -28,8 +27,8 @@ struct fsk_truth_t
     double lowest = 0.0;
 };
 
-/// Frequency of symbol `index` at its centre in units of the deviation: its level, or what overlapping Gaussian pulses make of
-/// it and its neighbours. Frequencies are the means over a sample.
+/// Frequency of symbol `index` at its centre in units of the deviation, with what its neighbours add there.
+/// Frequencies are phase steps, the means over a sample, so that the cosine pulses fall a little short of their levels.
 double cal_symbol_frequency(const signal_setting_t& setting, const signal_t& signal, std::size_t index);
 /// Of the symbols that count in a record whose symbol 0 lies 0.3 symbols behind its first sample: all but 50 at either end.
 fsk_truth_t cal_fsk_truth(const signal_setting_t& setting, const signal_t& signal);

@@ -17,8 +17,9 @@ struct golden_capture_t
 
     /// Expects a figure within `tolerance` and `share` of the value that the model gives.
     void expect(const char* figure, double measured, double tolerance, double share = 0.0) const;
-    /// The rms and extreme figures of error vectors and magnitudes, frequency, offset and correlation.
-    void expect_common(const analysis_result_t& result) const;
+    /// The rms and extreme figures of error vectors and magnitudes, offset, power and correlation.
+    /// @param extreme_tolerance  of the figures of single symbols
+    void expect_common(const analysis_result_t& result, double extreme_tolerance) const;
 };
 
 /// @throws std::exception when a file is missing or speaks of what is not known
