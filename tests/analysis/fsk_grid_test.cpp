@@ -70,7 +70,6 @@ TEST_P(FskGrid, DecodesAndMeasures)
 {
     const fsk_point_t& point = GetParam();
     signal_setting_t setting = make_fsk_signal(point.format, point.pulse, point.shape, point.sps);
-    setting.half_span_symbols = 80;
     setting.deviation_hz = 0.5 * point.index * (get_order(point.format) - 1.0) * fsk_symbol_rate;
     setting.carrier_offset_hz = 12345.0;
     const fsk_run_t run(setting);
@@ -98,7 +97,6 @@ INSTANTIATE_TEST_SUITE_P(All, FskGrid, testing::ValuesIn(make_grid()),
 signal_setting_t make_64_tones(signal_pulse_t pulse)
 {
     signal_setting_t setting = make_fsk_signal(signal_format_t::fsk64, pulse, 0.5, 16);
-    setting.half_span_symbols = 80;
     setting.deviation_hz = 0.5 * 0.1 * 63.0 * fsk_symbol_rate;
     return setting;
 }

@@ -30,6 +30,7 @@ signal_setting_t make_fsk_signal(signal_format_t format, signal_pulse_t pulse, d
     setting.symbol_count = (least + setting.balanced_run - 1) / setting.balanced_run * setting.balanced_run;
     setting.deviation_hz = 0.25 * fsk_symbol_rate;
     setting.timing_symbols = 0.3;
+    setting.half_span_symbols = 80;
     return setting;
 }
 
