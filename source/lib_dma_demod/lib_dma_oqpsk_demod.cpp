@@ -3,6 +3,7 @@
 #include "lib_dma_common/lib_dma_phy_common.h"
 #include "lib_dma_common/lib_dma_phy_frequency_correct.h"
 #include "lib_dma_demod/stage/demod_settings.h"
+#include "lib_dma_demod/stage/equalizer.h"
 #include "lib_dma_demod/stage/error_table.h"
 #include "lib_dma_demod/stage/meas_filter.h"
 #include "lib_dma_demod/stage/reference.h"
@@ -201,7 +202,7 @@ bool lib_dma_oqpsk_demod_t::lib_dma_oqpsk_demod_process(std::uint32_t segment_in
     DMA_LOG_INFO("Carrier Frequency Offset(Hz) = %.3f\n", config.carrier_frequency_offset);
 
     if (setting.equalizer)
-        DMA_LOG_ERROR("lib_dma_oqpsk_demod_process: this version has no equalizer yet; the signal is measured without it.\n");
+        demod_stage::deal_equalizer(setting, work, config, data_manager);
     const bool decoded = oqpsk_decode_bit(segment_index, data_manager);
     const bool rotated = deal_phase_rotation();
     if (!decoded || !rotated)
@@ -315,7 +316,8 @@ bool lib_dma_oqpsk_demod_t::oqpsk_decode_bit(std::uint32_t segment_index, lib_dm
     const auto decide = [&](std::complex<float> symbol) { return table.decide_index(complex_product(symbol, frame_turn)); };
 
     // The waveforms have lost their run-in, so the symbols lose it too.
-    const std::size_t head = (setting.head_len < setting.sps ? setting.head_len : setting.head_len - setting.sps) / setting.sps;
+    const std::size_t head = (setting.head_len < setting.sps ? setting.head_len : setting.head_len - setting.sps) / setting.sps +
+                             demod_stage::get_equalizer_head(setting);
     complex_array symbols(work.decided_symbol.begin() + static_cast<std::ptrdiff_t>(std::min(head, work.decided_symbol.size())),
                           work.decided_symbol.end());
     demod_stage::fit_sync_pattern(bits_per_symbol, setting.sync_pattern_bitarr);

@@ -1,7 +1,10 @@
 #include "analyze_command.h"
 
+#include "capture_resample.h"
 #include "exit_status.h"
+#include "lib_dma_common/lib_resample.h"
 #include "library_output.h"
+#include "log_meaning.h"
 #include "tool_text.h"
 
 #include <fmt/format.h>
@@ -20,6 +23,8 @@ namespace
 {
 // The driver's limits of the ratio between the sample rate and its working rate.
 constexpr std::uint64_t largest_rate_ratio = 2000;
+// The driver's filter for ratios that are not whole.
+constexpr std::uint64_t conversion_taps_per_factor = 20;
 // The driver adds 1e-11 to both parts of every sample: at this rms that is an IQ offset of -57 dB. A record of zeros would be
 // measured as a perfect signal.
 constexpr double lowest_rms = 1.0e-8;
@@ -40,6 +45,19 @@ needed_time_t cal_needed_time(const lib_dma_frame_configure_manager_t& frame)
     lib_dma_demod_config_mgr lengths;
     driver.cal_preprocess_param(0, lengths);
     return { lengths.pre_time + lengths.equalizer_time, lengths.minseglen };
+}
+
+/// What the user can do about a ratio of large numbers.
+std::string advise_rates(const analyze_options_t& options, std::uint64_t kept, const rate_plan_t& rate)
+{
+    const std::optional<std::uint64_t> near_rate = propose_symbol_rate(rate, options.symbol_rate);
+    if (!near_rate)
+    {
+        return "resample the capture to a multiple of the symbol rate";
+    }
+    const rate_plan_t better = cal_rate_plan(kept, *near_rate, options.points_per_symbol);
+    const double ppm = (static_cast<double>(*near_rate) / static_cast<double>(options.symbol_rate) - 1.0) * 1.0e6;
+    return fmt::format("--symbol-rate {} ({:+.3g} ppm) needs {} : {} only", *near_rate, ppm, better.up, better.down);
 }
 
 void check_rates(const analyze_options_t& options, double sample_rate, std::uint64_t kept, const rate_plan_t& rate)
@@ -66,6 +84,28 @@ void check_rates(const analyze_options_t& options, double sample_rate, std::uint
                                        kept, largest_rate_ratio, options.symbol_rate * rate.working_samples_per_symbol,
                                        rate.working_samples_per_symbol));
     }
+    // Whole ratios are at most the one above and have a filter of their own.
+    const std::uint64_t factor = std::max(rate.up, rate.down);
+    if (std::min(rate.up, rate.down) > 1 && factor > resample_report::largest_taps / conversion_taps_per_factor)
+    {
+        throw tool_error_t(exit_usage, fmt::format("the rate conversion by {} : {} takes a filter that would not fit; {}", rate.up,
+                                                   rate.down, advise_rates(options, kept, rate)));
+    }
+}
+
+/// Fixes the rate that the analysis works with, and resamples the capture to it if the user wants that.
+void take_sample_rate(const analyze_options_t& options, analysis_t& analysis)
+{
+    const double sample_rate = analysis.capture.sample_rate;
+    const double bounded = std::min(sample_rate, 1.0e13);
+    const std::uint64_t kept = options.resample ? cal_nearest_rate(bounded) : cal_kept_sample_rate(bounded);
+    analysis.rate = cal_rate_plan(kept, options.symbol_rate, options.points_per_symbol);
+    check_rates(options, sample_rate, kept, analysis.rate);
+    if (options.resample)
+    {
+        resample_capture(plan_resampling(sample_rate), analysis.capture);
+        analysis.sample_count = analysis.capture.samples.size();
+    }
 }
 
 void note_rates(const analyze_options_t& options, double sample_rate, std::uint64_t kept, const rate_plan_t& rate,
@@ -77,23 +117,30 @@ void note_rates(const analyze_options_t& options, double sample_rate, std::uint6
         const double slip = ppm * 1.0e-6 * static_cast<double>(options.interval);
         notes.push_back(
             fmt::format("the sample rate of {} Hz is kept as {} Hz (multiples of 100 Hz), {:.3g} ppm off: {:.2g} symbols "
-                        "of slip over the interval; resample the capture if that is too much",
+                        "of slip over the interval; give --resample if that is too much",
                         sample_rate, kept, ppm, slip));
     }
     if (std::max(rate.up, rate.down) <= large_rate_factor)
     {
         return;
     }
-    std::string advice = "resample the capture to a multiple of the symbol rate";
-    if (const std::optional<std::uint64_t> near_rate = propose_symbol_rate(rate, options.symbol_rate))
-    {
-        const rate_plan_t better = cal_rate_plan(kept, *near_rate, options.points_per_symbol);
-        const double ppm = (static_cast<double>(*near_rate) / static_cast<double>(options.symbol_rate) - 1.0) * 1.0e6;
-        advice = fmt::format("--symbol-rate {} ({:+.3g} ppm) needs {} : {} only", *near_rate, ppm, better.up, better.down);
-    }
     notes.push_back(
         fmt::format("the rate conversion by {} : {} takes a filter of about {:.3g} million taps, so this runs long; {}", rate.up,
-                    rate.down, 20.0e-6 * static_cast<double>(std::max(rate.up, rate.down)), advice));
+                    rate.down, 1.0e-6 * static_cast<double>(conversion_taps_per_factor * std::max(rate.up, rate.down)),
+                    advise_rates(options, kept, rate)));
+}
+
+/// The measured signal has about unit power, so the adaptation is unstable where step and taps make 2. Half of that leaves room
+/// for stretches of loud symbols.
+void note_equalizer(const analyze_options_t& options, std::vector<std::string>& notes)
+{
+    const double taps = (options.equalizer_length - 1.0) * options.points_per_symbol + 1.0;
+    if (options.equalizer && options.equalizer_step * taps >= 1.0)
+    {
+        notes.push_back(fmt::format("the equalizer of {} taps may diverge with a step of {}; give --equalizer-step {:.1g} or fewer "
+                                    "--points-per-symbol",
+                                    taps, options.equalizer_step, 0.5 / taps));
+    }
 }
 
 void check_length(const analyze_options_t& options, const lib_dma_frame_configure_manager_t& frame, std::uint64_t sample_count,
@@ -156,8 +203,9 @@ void check_level(const vrim::complex_array& samples, std::uint64_t analysed)
     }
 }
 
-[[noreturn]] void fail_analysis(std::int32_t code, const std::vector<std::string>& errors)
+[[noreturn]] void fail_analysis(std::int32_t code, std::vector<std::string> errors)
 {
+    std::transform(errors.begin(), errors.end(), errors.begin(), explain_message);
     const char* meaning = "of no known meaning";
     switch (code)
     {
@@ -282,6 +330,9 @@ lib_dma_frame_configure_manager_t make_frame(const analyze_options_t& options, s
     advance.set_evm_normalization_ref(options.evm_ref);
     advance.set_clock_adjust(options.clock_adjust);
     advance.set_iq_rotation(options.iq_rotation);
+    advance.set_equalizer(options.equalizer);
+    advance.set_equalizer_filter_len(options.equalizer_length);
+    advance.set_equalizer_coef(options.equalizer_step);
 
     // Nine tenths: all of what a receiver's filters leave, and as much as the carrier power can be summed over.
     const std::uint64_t usable = std::max<std::uint64_t>(1U, kept_sample_rate * 9U / 10U);
@@ -330,18 +381,18 @@ analysis_t run_analysis(const analyze_options_t& options, const line_sink_t& not
     analysis.format = options.format;
     analysis.capture = read_capture(options.capture);
     analysis.sample_count = analysis.capture.samples.size();
-    analysis.notes = analysis.capture.notes;
     analysis.notes.insert(analysis.notes.end(), options.settings_notes.begin(), options.settings_notes.end());
     if (options.verbose)
     {
         std::for_each(options.overrides.begin(), options.overrides.end(), notes);
     }
 
+    take_sample_rate(options, analysis);
+    analysis.notes.insert(analysis.notes.begin(), analysis.capture.notes.begin(), analysis.capture.notes.end());
     const double sample_rate = analysis.capture.sample_rate;
-    const std::uint64_t kept = cal_kept_sample_rate(std::min(sample_rate, 1.0e13));
-    analysis.rate = cal_rate_plan(kept, options.symbol_rate, options.points_per_symbol);
-    check_rates(options, sample_rate, kept, analysis.rate);
+    const std::uint64_t kept = analysis.rate.sample_rate;
     note_rates(options, sample_rate, kept, analysis.rate, analysis.notes);
+    note_equalizer(options, analysis.notes);
 
     analysis.frame = make_frame(options, analysis.sample_count, kept);
     if (options.bandwidth_of_file && analysis.frame.get_bandwidth() != options.bandwidth)
@@ -382,7 +433,7 @@ analysis_t run_analysis(const analyze_options_t& options, const line_sink_t& not
 
     for (const std::string& error : errors)
     {
-        analysis.notes.push_back("log: " + error);
+        analysis.notes.push_back("log: " + explain_message(error));
     }
     if (!options.sync_bits.empty() && !analysis.phy.get_data_manager().get_sync_search_flag(0))
     {

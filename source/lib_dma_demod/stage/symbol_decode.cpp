@@ -43,9 +43,10 @@ bool deal_decoded_window(std::uint32_t segment_index, std::uint32_t bits_per_sym
     std::uint32_t bit_position = 0;
     if (is_sync_searched(segment_index, setting))
     {
+        // A further pass over the same segment may lose what the one before had found.
+        data_manager.get_sync_search_flag_vec().at(0) = search.found;
         if (search.found)
         {
-            data_manager.get_sync_search_flag_vec().at(0) = true;
             bit_position = search.bit_position;
             // Both get the last turn only, not the sum of all tried ones; the error vector does not see it.
             lib_dma_phy_common_t::deal_mixer1(work.meas_data, 0.0, search.rotation);

@@ -53,9 +53,10 @@ void cut_decoded(const window_t& window, std::int64_t offset, std::int64_t stop,
     const std::int64_t size = static_cast<std::int64_t>(decoded.size());
     const std::int64_t index = static_cast<std::int64_t>(window.sync_symbol_index);
     const std::int64_t first = index - offset;
+    const bool starts_in_front = index + offset < 0; // of the data: the window has been held at their start
     cut.decoded_cut = false;
     cut.offset_rejected = true;
-    if (first < 0 || stop - offset < 0 || stop - offset > size)
+    if (starts_in_front || first < 0 || stop - offset < 0 || stop - offset > size)
     {
         keep_slice(decoded, window.sync_symbol_index, static_cast<std::uint32_t>(stop - index));
     }
@@ -77,9 +78,10 @@ void cut_decoded_tail(const window_t& window, std::int64_t offset, window_cut_t&
     const std::int64_t first = static_cast<std::int64_t>(window.sync_symbol_index) - offset;
     const auto keep_from = [&decoded](std::int64_t position)
     { keep_slice(decoded, static_cast<std::uint32_t>(position), static_cast<std::uint32_t>(decoded.size())); };
+    const bool starts_in_front = static_cast<std::int64_t>(window.sync_symbol_index) + offset < 0;
     cut.decoded_cut = false;
     cut.offset_rejected = true;
-    if (first < 0)
+    if (starts_in_front || first < 0)
     {
         keep_from(window.sync_symbol_index);
     }
@@ -89,6 +91,12 @@ void cut_decoded_tail(const window_t& window, std::int64_t offset, window_cut_t&
         cut.offset_rejected = false;
         keep_from(first);
     }
+}
+
+/// An offset that is no number, which a host can set, counts as none.
+float mend_offset(float sync_offset)
+{
+    return std::isfinite(sync_offset) ? sync_offset : 0.0f;
 }
 
 complex_array take_symbols(const complex_array& data, std::uint32_t points_per_symbol)
@@ -143,8 +151,10 @@ std::int64_t find_sync_pattern(const std::vector<std::uint32_t>& indices, const 
 std::uint32_t cal_window_start(std::uint32_t bit_position, std::uint32_t bits_per_symbol, float sync_offset,
                                std::uint32_t points_per_symbol)
 {
-    const float bits = std::floor(static_cast<float>(bits_per_symbol) * sync_offset) + static_cast<float>(bit_position);
-    const float symbols = std::round((bits > 0.0f ? bits : 0.0f) / static_cast<float>(bits_per_symbol));
+    // Positions are whole; beyond 2^24 bits single precision would miss them.
+    const double moved = static_cast<double>(std::floor(static_cast<float>(bits_per_symbol) * mend_offset(sync_offset)));
+    const double bits = std::max(0.0, moved + static_cast<double>(bit_position));
+    const float symbols = std::round(static_cast<float>(bits / static_cast<double>(bits_per_symbol)));
     return static_cast<std::uint32_t>(static_cast<double>(points_per_symbol) * static_cast<double>(symbols));
 }
 
@@ -166,7 +176,7 @@ window_cut_t deal_window_cut(const window_t& window, float sync_offset, complex_
     window_cut_t cut;
     const std::uint32_t window_end = window.interval + window.start;
     const std::int64_t stop = window_end / window.points_per_symbol;
-    const std::int64_t offset = static_cast<std::int64_t>(std::floor(sync_offset));
+    const std::int64_t offset = static_cast<std::int64_t>(std::floor(mend_offset(sync_offset)));
     cut.too_short = window_end > ref.size();
     if (!cut.too_short)
     {
@@ -200,7 +210,7 @@ window_scale_t deal_window_scale(std::uint32_t points_per_symbol, complex_array&
     }
     const float wanted = lib_common_math_t::get_complex_array_rms(take_symbols(ref, points_per_symbol));
     level = lib_common_math_t::get_complex_array_rms(take_symbols(meas, points_per_symbol));
-    if (!(level >= no_level))
+    if (!(level >= no_level) || !std::isfinite(level)) // an equalizer that has diverged
         return window_scale_t::no_measurement;
     const float gain = wanted / level;
     for (std::complex<float>& point : meas)

@@ -63,8 +63,8 @@ sync_search_t deal_sync_search(complex_array search_copy, std::uint32_t points_p
     return result;
 }
 
-/// First point of the measurement window.
-/// @param sync_offset  symbols, may be negative and fractional
+/// First point of the measurement window, at the earliest that of the data.
+/// @param sync_offset  symbols, may be negative and fractional; none when it is no number
 std::uint32_t cal_window_start(std::uint32_t bit_position, std::uint32_t bits_per_symbol, float sync_offset,
                                std::uint32_t points_per_symbol);
 
@@ -89,8 +89,10 @@ struct window_cut_t
     bool offset_rejected = false; ///< the sync offset points outside; it is to be set to 0
 };
 
-/// Cuts measurement, reference and decoded symbols to the window.
-/// @param sync_offset  symbols
+/// Cuts measurement, reference and decoded symbols to the window. Behind a sync word the decoded symbols reach from the word
+/// less the whole offset to the end of the window. An offset that leads in front of the data or past them is rejected: they then
+/// start with the word.
+/// @param sync_offset  symbols; none when it is no number
 window_cut_t deal_window_cut(const window_t& window, float sync_offset, complex_array& meas, complex_array& ref,
                              std::vector<std::uint32_t>& decoded);
 

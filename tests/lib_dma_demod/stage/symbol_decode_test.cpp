@@ -140,6 +140,18 @@ TEST(SymbolDecode, GoesOnWithoutTheWord)
     EXPECT_FALSE(run.get_decode_flag());
 }
 
+TEST(SymbolDecode, ForgetsTheWordThatAnEarlierPassFound)
+{
+    stage_run_t run(index_array(48, 0));
+    run.search(expand({ 3, 3 }, 2));
+    run.store.get_sync_search_flag_vec().at(0) = true;
+    const log_capture_t log;
+    ASSERT_TRUE(run.run());
+    EXPECT_FALSE(run.get_sync_flag());
+    EXPECT_FALSE(run.get_decode_flag());
+    EXPECT_EQ(log.count(log_level_error, "Pattern Not Found!\n"), 1);
+}
+
 TEST(SymbolDecode, ClearsTheFlagAndTheOffsetThatPointsOutside)
 {
     stage_run_t run(make_indices(60, 4));

@@ -230,6 +230,13 @@ TEST(WindowStart, RoundsHalfSymbolsUp)
     EXPECT_EQ(cal_window_start(0, 2, 0.5f, 4), 4u);   // 1 bit, 0.5 symbols
 }
 
+TEST(WindowStart, IsExactBeyondTheWholeNumbersOfSinglePrecision)
+{
+    // 5,600,001 symbols of three bits: 16,800,003 bits would be rounded.
+    EXPECT_EQ(cal_window_start(16800003, 3, 0.0f, 1), 5600001u);
+    EXPECT_EQ(cal_window_start(16800003, 3, -0.25f, 1), 5600001u); // one bit earlier, 5,600,000.67
+}
+
 TEST(WindowStart, IsNeverNegative)
 {
     EXPECT_EQ(cal_window_start(6, 2, -3.0f, 4), 0u);
@@ -310,14 +317,42 @@ TEST(WindowCut, RejectsAnOffsetBeforeTheData)
 
 TEST(WindowCut, RejectsAnOffsetThatEndsPastTheData)
 {
-    const cut_run_t run(6, 10, 3, true, -13.0f); // 8 + 13 = 21 of 20 symbols
+    const cut_run_t run(2, 28, 6, true, -6.0f); // the end 15 + 6 = 21 of 20 symbols
     EXPECT_FALSE(run.cut.decoded_cut);
     EXPECT_TRUE(run.cut.offset_rejected);
-    EXPECT_EQ(run.decoded, range(3, 8));
-    // 8 + 12 = 20 is the end itself; 3 + 12 = 15 on, of length 8 - 3 - 12 = -7, which is more than there is.
-    const cut_run_t edge(6, 10, 3, true, -12.0f);
+    EXPECT_EQ(run.decoded, range(6, 15));
+    const cut_run_t edge(2, 28, 6, true, -5.0f); // 15 + 5 = 20 is the end itself; 6 + 5 = 11 on, 15 - 6 - 5 = 4 of them
     EXPECT_TRUE(edge.cut.decoded_cut);
-    EXPECT_EQ(edge.decoded, range(15, 20));
+    EXPECT_EQ(edge.decoded, range(11, 15));
+}
+
+TEST(WindowCut, RejectsAnOffsetThatLeadsInFrontOfTheData)
+{
+    // The window has been held at the first symbol, so it is not where the offset would have it.
+    const cut_run_t run(0, 10, 3, true, -3.5f); // floor is -4
+    EXPECT_FALSE(run.cut.decoded_cut);
+    EXPECT_TRUE(run.cut.offset_rejected);
+    EXPECT_EQ(run.decoded, range(3, 5));
+    EXPECT_EQ(run.ref, make_points(0, 10));
+    EXPECT_TRUE(cut_run_t(0, 10, 3, true, -3.0f).cut.decoded_cut);
+
+    const cut_run_t short_data(0, 50, 3, true, -4.0f);
+    EXPECT_TRUE(short_data.cut.too_short);
+    EXPECT_FALSE(short_data.cut.decoded_cut);
+    EXPECT_TRUE(short_data.cut.offset_rejected);
+    EXPECT_EQ(short_data.decoded, range(3, 20));
+}
+
+TEST(WindowCut, TakesAnOffsetThatIsNoNumberForNone)
+{
+    for (const float offset : { not_a_number, std::numeric_limits<float>::infinity(), -std::numeric_limits<float>::infinity() })
+    {
+        const cut_run_t run(6, 10, 3, true, offset);
+        EXPECT_TRUE(run.cut.decoded_cut);
+        EXPECT_FALSE(run.cut.offset_rejected);
+        EXPECT_EQ(run.decoded, range(3, 8));
+        EXPECT_EQ(cal_window_start(6, 2, offset, 4), 12u);
+    }
 }
 
 TEST(WindowCut, RejectsAnOffsetBehindTheWindow)
@@ -388,11 +423,11 @@ TEST(WindowCut, OfShortDataRejectsAnOffsetBeforeThem)
 
 TEST(WindowCut, OfShortDataRejectsAnOffsetPastThem)
 {
-    const cut_run_t run(6, 38, 3, true, -18.0f);
+    const cut_run_t run(6, 38, 12, true, -9.0f); // 12 + 9 = 21 of 20
     EXPECT_FALSE(run.cut.decoded_cut);
     EXPECT_TRUE(run.cut.offset_rejected);
     EXPECT_EQ(run.decoded, range(0, 20));
-    const cut_run_t inside(6, 38, 3, true, -16.0f);
+    const cut_run_t inside(6, 38, 12, true, -7.0f);
     EXPECT_TRUE(inside.cut.decoded_cut);
     EXPECT_EQ(inside.decoded, range(19, 20));
 }
