@@ -43,6 +43,9 @@ void set_format(const subject_t& subject, lib_dma_format_configure_manager_t& fo
     case LIB_DMA_GROUP_DPSK:
         format.set_dpsk_format(static_cast<lib_dma_dpsk_modulation_type_t>(subject.format));
         break;
+    case LIB_DMA_GROUP_FSK:
+        format.set_fsk_format(static_cast<lib_dma_fsk_modulation_type_t>(subject.format));
+        break;
     default:
         format.set_psk_format(static_cast<lib_dma_psk_modulation_type_t>(subject.format));
         break;
@@ -110,6 +113,7 @@ void analyse(benchmark::State& state, const subject_t& subject)
 constexpr subject_t qpsk = { LIB_DMA_GROUP_PSK, LIB_DMA_MODULATION_PSK_QPSK, dma_test::signal_format_t::qpsk, 30.0 };
 constexpr subject_t psk8_3pi8 = { LIB_DMA_GROUP_PSK, LIB_DMA_MODULATION_PSK_3PI_8_PSK, dma_test::signal_format_t::psk8_3pi_8, 30.0 };
 constexpr subject_t dqpsk = { LIB_DMA_GROUP_DPSK, LIB_DMA_MODULATION_PSK_DQPSK, dma_test::signal_format_t::dqpsk, 30.0 };
+constexpr subject_t fsk2 = { LIB_DMA_GROUP_FSK, LIB_DMA_FSK_2, dma_test::signal_format_t::fsk2, 30.0 };
 constexpr subject_t qam64 = { LIB_DMA_GROUP_QAM, LIB_DMA_QAM_64, dma_test::signal_format_t::qam64, 35.0 };
 constexpr subject_t qam4096 = { LIB_DMA_GROUP_QAM, LIB_DMA_QAM_4096, dma_test::signal_format_t::qam4096, 60.0 };
 constexpr subject_t ask8 = { LIB_DMA_GROUP_ASK, LIB_DMA_ASK_8, dma_test::signal_format_t::ask8, 35.0 };
@@ -120,6 +124,7 @@ BENCHMARK_CAPTURE(analyse, qpsk, qpsk)->Args({ 1024, 16 })->Args({ 10000, 16 })-
 BENCHMARK_CAPTURE(analyse, qpsk, qpsk)->Args({ 1024, 64 })->Args({ 10000, 64 })->Args({ 100000, 64 })->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(analyse, 3pi8_8psk, psk8_3pi8)->Args({ 1024, 16 })->Args({ 100000, 16 })->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(analyse, dqpsk, dqpsk)->Args({ 10000, 16 })->Args({ 100000, 16 })->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(analyse, 2fsk, fsk2)->Args({ 10000, 16 })->Args({ 100000, 16 })->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(analyse, 64qam, qam64)->Args({ 1024, 16 })->Args({ 10000, 16 })->Args({ 100000, 16 })->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(analyse, 4096qam, qam4096)->Args({ 4096, 16 })->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(analyse, 8ask, ask8)->Args({ 10000, 16 })->Unit(benchmark::kMillisecond);
