@@ -15,7 +15,7 @@ using namespace vrim::dma_demod_lib;
 
 /// Symbols of run-in that the driver wants beside the interval, half of it at either end.
 constexpr std::uint32_t run_in_symbols = 180;
-constexpr std::uint32_t offset_run_in_symbols = 228; // of OQPSK
+constexpr std::uint32_t offset_run_in_symbols = 240; // of OQPSK, a few to spare
 
 
 /// What is analysed: the format as the library and as the signal maker name it.
