@@ -13,9 +13,10 @@ namespace
 {
 using namespace vrim::dma_demod_lib;
 
-/// Symbols of run-in that the driver wants beside the interval, half of it at either end: 228 for MSK, 180 for most others.
+/// Symbols of run-in that the driver wants beside the interval, half of it at either end.
 constexpr std::uint32_t run_in_symbols = 180;
-constexpr std::uint32_t run_in_symbols_msk = 228;
+/// The same for MSK, 228, with some to spare for rounding.
+constexpr std::uint32_t run_in_symbols_msk = 232;
 
 /// What is analysed: the format as the library and as the signal maker name it.
 struct subject_t

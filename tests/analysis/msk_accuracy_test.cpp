@@ -100,6 +100,25 @@ TEST(MskAccuracy, ReadsLittleOnACleanSignal)
     }
 }
 
+TEST(MskAccuracy, MeasuresAtTheOtherResultRates)
+{
+    for (const msk_shape_t& shape : msk_shapes)
+    {
+        for (const std::uint32_t points : { 1u, 16u, 20u })
+        {
+            signal_setting_t setting = make_msk_setting(shape, interval, 71);
+            setting.timing_symbols = 0.44;
+            setting.carrier_phase = 2.5;
+            setting.carrier_offset_hz = 700.0;
+            const msk_run_t run(setting, make_msk_analysis(setting, interval, points));
+            SCOPED_TRACE(testing::Message() << shape.name << ", " << points << " points");
+            ASSERT_TRUE(run.result.locked());
+            EXPECT_TRUE(run.match.found);
+            EXPECT_LE(run.get_evm(), 0.5);
+        }
+    }
+}
+
 TEST(MskAccuracy, SeesTheNoiseOfTheWholeCapture)
 {
     for (const msk_shape_t& shape : msk_shapes)

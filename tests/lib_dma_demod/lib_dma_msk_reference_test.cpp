@@ -53,7 +53,10 @@ value_array make_taps(lib_dma_ref_filter_type_t type, double shape, std::uint32_
     case LIB_DMA_REF_HALF_SINE_FILTER:
         taps.assign(sps, 0.0);
         for (std::size_t i = 0; i < sps; ++i)
-            taps[i] = std::sin(pi * static_cast<double>(i) / sps) * std::tan(pi / (2.0 * sps)); // the sum of the sines is the cotangent
+        {
+            // The sum of the sines is the cotangent.
+            taps[i] = std::sin(pi * static_cast<double>(i) / sps) * std::tan(pi / (2.0 * sps));
+        }
         break;
     default:
         taps.assign(span, 0.0);
@@ -67,7 +70,8 @@ value_array make_taps(lib_dma_ref_filter_type_t type, double shape, std::uint32_
 std::vector<std::complex<double>> make_reference(lib_dma_ref_filter_type_t type, const float_array& bits, double shape,
                                                  std::uint32_t sps)
 {
-    const bool held = type == LIB_DMA_REF_NONE_FILTER || type == LIB_DMA_REF_GAUSSIAN_FILTER || type == LIB_DMA_REF_RECTANGULAR_FILTER;
+    const bool held =
+        type == LIB_DMA_REF_NONE_FILTER || type == LIB_DMA_REF_GAUSSIAN_FILTER || type == LIB_DMA_REF_RECTANGULAR_FILTER;
     value_array sums;
     double sum = 0.0;
     for (const float bit : bits)
