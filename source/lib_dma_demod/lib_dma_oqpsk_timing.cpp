@@ -105,23 +105,27 @@ void multiply_finite(const std::complex<float>* data, std::complex<float>* out, 
 float_array cal_window_phases(const complex_array& data, std::size_t window, std::size_t count)
 {
     complex_array sums(count);
+    // As rows of parts: complex values go through memory one by one.
+    const float* parts = reinterpret_cast<const float*>(data.data());
+    float* sum_parts = reinterpret_cast<float*>(sums.data());
     double lead_re = 0.0;
     double lead_im = 0.0;
     double tail_re = 0.0;
     double tail_im = 0.0;
     for (std::size_t n = 0; n + 1 < window; ++n)
     {
-        lead_re += static_cast<double>(data[n].real());
-        lead_im += static_cast<double>(data[n].imag());
+        lead_re += static_cast<double>(parts[2 * n]);
+        lead_im += static_cast<double>(parts[2 * n + 1]);
     }
+    const float* entering = parts + 2 * (window - 1);
     for (std::size_t i = 0; i < count; ++i)
     {
-        const std::complex<float> entering = data[i + window - 1];
-        lead_re += static_cast<double>(entering.real());
-        lead_im += static_cast<double>(entering.imag());
-        sums[i] = { static_cast<float>(lead_re - tail_re), static_cast<float>(lead_im - tail_im) };
-        tail_re += static_cast<double>(data[i].real());
-        tail_im += static_cast<double>(data[i].imag());
+        lead_re += static_cast<double>(entering[2 * i]);
+        lead_im += static_cast<double>(entering[2 * i + 1]);
+        sum_parts[2 * i] = static_cast<float>(lead_re - tail_re);
+        sum_parts[2 * i + 1] = static_cast<float>(lead_im - tail_im);
+        tail_re += static_cast<double>(parts[2 * i]);
+        tail_im += static_cast<double>(parts[2 * i + 1]);
     }
     float_array phases;
     lib_common_math_t::get_complex_array_phase(sums, phases);
