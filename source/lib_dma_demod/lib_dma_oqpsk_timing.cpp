@@ -67,15 +67,29 @@ double_array cal_guide(const complex_array& data, std::size_t sps, std::size_t f
 void unwrap_along(const double_array& guide, std::size_t step, float_array& phases)
 {
     const double turn = static_cast<double>(single_two_pi);
-    double first_turns = 0.0;
-    for (std::size_t i = 0; i < phases.size(); ++i)
+    if (phases.empty())
+        return;
+    const double first_turns = std::round((guide.front() - static_cast<double>(phases.front())) / turn);
+    double turns = first_turns;
+    for (std::size_t j = 0; j < guide.size(); ++j)
     {
-        const double angle = static_cast<double>(phases[i]);
-        const double turns = std::round((guide[i / step] - angle) / turn);
-        if (i == 0)
-            first_turns = turns;
-        phases[i] = static_cast<float>(angle + (turns - first_turns) * turn);
+        const std::size_t stop = std::min((j + 1) * step, phases.size());
+        for (std::size_t i = j * step; i < stop; ++i)
+        {
+            const double angle = static_cast<double>(phases[i]);
+            if (std::abs(guide[j] - angle - turns * turn) > 0.5 * turn)
+                turns = std::round((guide[j] - angle) / turn);
+            phases[i] = static_cast<float>(angle + (turns - first_turns) * turn);
+        }
     }
+}
+
+/// out[n] = data[n] * mixer[n]. What is not finite becomes 0.
+DMA_COMPLEX_CLONES
+void mix_finite(const std::complex<float>* data, const std::complex<float>* mixer, std::complex<float>* out, std::size_t count)
+{
+    for (std::size_t n = 0; n < count; ++n)
+        out[n] = complex_product(finite_or_zero(data[n]), mixer[n]);
 }
 
 /// out[n] *= data[n]. What is not finite becomes 0, so that it leaves the running sums alone.
@@ -91,23 +105,27 @@ void multiply_finite(const std::complex<float>* data, std::complex<float>* out, 
 float_array cal_window_phases(const complex_array& data, std::size_t window, std::size_t count)
 {
     complex_array sums(count);
+    // As rows of parts: complex values go through memory one by one.
+    const float* parts = reinterpret_cast<const float*>(data.data());
+    float* sum_parts = reinterpret_cast<float*>(sums.data());
     double lead_re = 0.0;
     double lead_im = 0.0;
     double tail_re = 0.0;
     double tail_im = 0.0;
     for (std::size_t n = 0; n + 1 < window; ++n)
     {
-        lead_re += static_cast<double>(data[n].real());
-        lead_im += static_cast<double>(data[n].imag());
+        lead_re += static_cast<double>(parts[2 * n]);
+        lead_im += static_cast<double>(parts[2 * n + 1]);
     }
+    const float* entering = parts + 2 * (window - 1);
     for (std::size_t i = 0; i < count; ++i)
     {
-        const std::complex<float> entering = data[i + window - 1];
-        lead_re += static_cast<double>(entering.real());
-        lead_im += static_cast<double>(entering.imag());
-        sums[i] = { static_cast<float>(lead_re - tail_re), static_cast<float>(lead_im - tail_im) };
-        tail_re += static_cast<double>(data[i].real());
-        tail_im += static_cast<double>(data[i].imag());
+        lead_re += static_cast<double>(entering[2 * i]);
+        lead_im += static_cast<double>(entering[2 * i + 1]);
+        sum_parts[2 * i] = static_cast<float>(lead_re - tail_re);
+        sum_parts[2 * i + 1] = static_cast<float>(lead_im - tail_im);
+        tail_re += static_cast<double>(parts[2 * i]);
+        tail_im += static_cast<double>(parts[2 * i + 1]);
     }
     float_array phases;
     lib_common_math_t::get_complex_array_phase(sums, phases);
@@ -194,9 +212,10 @@ bool lib_dma_oqpsk_demod_t::oqpsk_phase_timing_est_prepare()
 float_array lib_dma_oqpsk_demod_t::_cal_line_phase(const complex_array& data, float direction, std::size_t count) const
 {
     // The mixer stands at half the symbol rate, so it comes back to its start after two symbols.
-    complex_array mixer(2 * static_cast<std::size_t>(setting.sps));
+    const std::size_t period = 2 * static_cast<std::size_t>(setting.sps);
+    complex_array mixer(16 * period);
     for (std::size_t n = 0; n < mixer.size(); ++n)
-        mixer[n] = unit_phasor(static_cast<float>(static_cast<double>(direction) * pi * static_cast<double>(n) /
+        mixer[n] = unit_phasor(static_cast<float>(static_cast<double>(direction) * pi * static_cast<double>(n % period) /
                                                   static_cast<double>(setting.sps)));
     const std::size_t taps = est_template.size();
     float_array kernel(taps);
@@ -209,8 +228,7 @@ float_array lib_dma_oqpsk_demod_t::_cal_line_phase(const complex_array& data, fl
     for (std::size_t start = 0; start < data.size(); start += mixer.size())
     {
         const std::size_t length = std::min(mixer.size(), data.size() - start);
-        for (std::size_t n = 0; n < length; ++n)
-            padded[front + start + n] = complex_product(finite_or_zero(data[start + n]), mixer[n]);
+        mix_finite(data.data() + start, mixer.data(), padded.data() + front + start, length);
     }
     complex_array filtered(data.size());
     common_lib::correlate_real_taps(padded.data(), kernel.data(), taps, filtered.data(), filtered.size());
