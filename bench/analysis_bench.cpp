@@ -15,6 +15,7 @@ using namespace vrim::dma_demod_lib;
 
 /// Symbols of run-in that the driver wants beside the interval, half of it at either end.
 constexpr std::uint32_t run_in_symbols = 180;
+constexpr std::uint32_t offset_run_in_symbols = 240; // of OQPSK, a few to spare
 
 
 /// What is analysed: the format as the library and as the signal maker name it.
@@ -43,6 +44,12 @@ void set_format(const subject_t& subject, lib_dma_format_configure_manager_t& fo
     case LIB_DMA_GROUP_DPSK:
         format.set_dpsk_format(static_cast<lib_dma_dpsk_modulation_type_t>(subject.format));
         break;
+    case LIB_DMA_GROUP_FSK:
+        format.set_fsk_format(static_cast<lib_dma_fsk_modulation_type_t>(subject.format));
+        break;
+    case LIB_DMA_GROUP_OQPSK:
+        format.set_oqpsk_format(static_cast<lib_dma_oqpsk_modulation_type_t>(subject.format));
+        break;
     default:
         format.set_psk_format(static_cast<lib_dma_psk_modulation_type_t>(subject.format));
         break;
@@ -67,7 +74,7 @@ complex_array make_capture(const subject_t& subject, std::uint32_t symbols)
 {
     dma_test::signal_setting_t setting;
     setting.format = subject.signal;
-    setting.symbol_count = symbols + run_in_symbols;
+    setting.symbol_count = symbols + (subject.group == LIB_DMA_GROUP_OQPSK ? offset_run_in_symbols : run_in_symbols);
     setting.half_span_symbols = 40;
     setting.seed = 7;
     setting.carrier_offset_hz = 1234.5;
@@ -110,18 +117,26 @@ void analyse(benchmark::State& state, const subject_t& subject)
 constexpr subject_t qpsk = { LIB_DMA_GROUP_PSK, LIB_DMA_MODULATION_PSK_QPSK, dma_test::signal_format_t::qpsk, 30.0 };
 constexpr subject_t psk8_3pi8 = { LIB_DMA_GROUP_PSK, LIB_DMA_MODULATION_PSK_3PI_8_PSK, dma_test::signal_format_t::psk8_3pi_8, 30.0 };
 constexpr subject_t dqpsk = { LIB_DMA_GROUP_DPSK, LIB_DMA_MODULATION_PSK_DQPSK, dma_test::signal_format_t::dqpsk, 30.0 };
+constexpr subject_t fsk2 = { LIB_DMA_GROUP_FSK, LIB_DMA_FSK_2, dma_test::signal_format_t::fsk2, 30.0 };
 constexpr subject_t qam64 = { LIB_DMA_GROUP_QAM, LIB_DMA_QAM_64, dma_test::signal_format_t::qam64, 35.0 };
 constexpr subject_t qam4096 = { LIB_DMA_GROUP_QAM, LIB_DMA_QAM_4096, dma_test::signal_format_t::qam4096, 60.0 };
 constexpr subject_t ask8 = { LIB_DMA_GROUP_ASK, LIB_DMA_ASK_8, dma_test::signal_format_t::ask8, 35.0 };
 constexpr subject_t apsk32 = { LIB_DMA_GROUP_APSK, LIB_DMA_APSK_32, dma_test::signal_format_t::apsk32, 35.0 };
+constexpr subject_t oqpsk = { LIB_DMA_GROUP_OQPSK, LIB_DMA_MODULATION_PSK_OFFSET_QPSK, dma_test::signal_format_t::oqpsk, 30.0 };
 
 // Symbols, then span of the filters in symbols.
 BENCHMARK_CAPTURE(analyse, qpsk, qpsk)->Args({ 1024, 16 })->Args({ 10000, 16 })->Args({ 100000, 16 })->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(analyse, qpsk, qpsk)->Args({ 1024, 64 })->Args({ 10000, 64 })->Args({ 100000, 64 })->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(analyse, 3pi8_8psk, psk8_3pi8)->Args({ 1024, 16 })->Args({ 100000, 16 })->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(analyse, dqpsk, dqpsk)->Args({ 10000, 16 })->Args({ 100000, 16 })->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(analyse, 2fsk, fsk2)->Args({ 10000, 16 })->Args({ 100000, 16 })->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(analyse, 64qam, qam64)->Args({ 1024, 16 })->Args({ 10000, 16 })->Args({ 100000, 16 })->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(analyse, 4096qam, qam4096)->Args({ 4096, 16 })->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(analyse, 8ask, ask8)->Args({ 10000, 16 })->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(analyse, 32apsk, apsk32)->Args({ 10000, 16 })->Args({ 100000, 16 })->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(analyse, oqpsk, oqpsk)
+    ->Args({ 1024, 16 })
+    ->Args({ 10000, 16 })
+    ->Args({ 100000, 16 })
+    ->Unit(benchmark::kMillisecond);
 } // namespace

@@ -82,6 +82,9 @@ std::int32_t lib_dma_phy_t::dma_phy_process()
     const std::uint32_t segment_number = frame_.get_segment_number();
     process_state_ = LIB_DMA_PROCESS_RUNNING;
     data_manager_.restart(frame_);
+    for (complex_array* response : { &data_manager_.get_eq_impulse_i(), &data_manager_.get_eq_impulse_q(),
+                                     &data_manager_.get_eq_frequency_response() })
+        response->clear();
     if (segment_number == 0)
     {
         DMA_LOG_END("lib_dma_phy_t::dma_phy_process : error! no segment");

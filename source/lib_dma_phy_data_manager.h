@@ -64,10 +64,14 @@ public:
     /// An index past the last segment is taken as the last one.
     bool get_brust_search_flag(std::uint32_t segment_index) const;
 
+    /// What the equalizer of the last equalized segment of the run came to; empty when no segment had it on. I and Q parts of the
+    /// impulse response at points_per_symbol per symbol, as real parts; the tap at half the length is the centre.
     complex_array& get_eq_impulse_i();
     const complex_array& get_eq_impulse_i() const;
     complex_array& get_eq_impulse_q();
     const complex_array& get_eq_impulse_q() const;
+    /// Its frequency response from -half to just below half of points_per_symbol * symbol rate, zero frequency at half the
+    /// length, without the delay to the centre tap.
     complex_array& get_eq_frequency_response();
     const complex_array& get_eq_frequency_response() const;
     lib_dma_psk_modulation_param& get_psk_modulation_param();

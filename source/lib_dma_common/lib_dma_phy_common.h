@@ -11,6 +11,11 @@
 
 namespace vrim::dma_demod_lib
 {
+struct lib_dma_demod_config_mgr;
+
+/// Rows of equal length.
+using complex_matrix = std::vector<complex_array>;
+
 /// What `upsample` puts between two samples: 0 zeros, any other value the sample again.
 using upsample_type_t = std::uint32_t;
 constexpr upsample_type_t upsample_zeros = 0;
@@ -136,6 +141,75 @@ public:
     /// Averages over `window` samples (made odd), with windows that shrink towards both ends.
     /// @return as long as `data`
     static float_array center_moving_average(std::uint32_t window, const float_array& data);
+
+    // Matrices (lib_dma_phy_common_matrix.cpp)
+
+    // Operands that do not fit, rows of unequal length among them, are reported on the standard output and give an empty
+    // matrix. So does a product of more than 2^24 elements.
+
+    static complex_matrix matric_add(const complex_matrix& a, const complex_matrix& b);
+    static complex_matrix matric_multiply(const complex_matrix& a, const complex_matrix& b);
+    /// a times the transpose of b, without conjugation.
+    static complex_matrix transposed_multiply(const complex_matrix& a, const complex_matrix& b);
+    /// Each element times `c`. An empty matrix is reported.
+    static complex_matrix matric_val_multiply(const complex_matrix& a, std::complex<float> c);
+    /// Inverse by Gauss-Jordan elimination in single precision, n^3 products.
+    /// @param pivot  exchanges rows for the largest pivot; without it a zero on the way of the diagonal counts as singular
+    /// @return empty, after a report, for a matrix that is not square or singular, one with an element that is not finite
+    ///         included
+    static complex_matrix inv(complex_matrix a, bool pivot);
+    /// Determinant by elimination with row pivoting; 1 for an empty matrix, 0, after a report, for one that is not square.
+    static std::complex<float> determinant(complex_matrix a);
+
+    // Model of IQ impairments (lib_dma_phy_common_iq_model.cpp)
+
+    /// Longest record of `deal_iqoffset`: a matrix of 2048 by 2048 elements takes 32 MiB and some ten seconds to invert.
+    static constexpr std::uint32_t iq_model_longest_record = 2048;
+
+    /// Impairments by least squares. The measurement is taken as the circular response of taps h to the reference,
+    /// meas[k] = sum of h[j] ref[k + j]; what its taps from the 64th on hold is explained by those of the measurement's
+    /// conjugate and of a constant. Gain and phase, and a channel within the first 64 taps, take no part in it.
+    ///
+    /// For meas = a ref + b conj(ref) + dc with the direct gain a real, the rail Q is (a - b) / (a + b) times the rail I. The
+    /// reference has to fill its band: one that is weak at some frequency cannot be modelled, nor one of real values.
+    /// @param meas, ref  66 to `iq_model_longest_record` samples of one rate, as many of either, in step and in phase
+    /// @param[out] iq_offset       dB, the constant that is left when the image is taken out, against amplitude 1
+    /// @param[out] quad_error      degrees by which the rail Q is ahead of a right angle to the rail I
+    /// @param[out] gain_imbalance  dB, gain of the rail Q over that of the rail I
+    /// @return false for records of unfit length and when the model cannot be solved, which is logged; the figures stay as
+    ///         they were
+    static bool deal_iqoffset(const complex_array& meas, const complex_array& ref, float& iq_offset, float& quad_error,
+                              float& gain_imbalance);
+
+    // Adaptive equalizer (lib_dma_phy_common_equalizer.cpp)
+
+    /// One pass of the equalizer: a sweep of `deal_equailizer`, and a Kaiser taper of beta 12 on the taps that it leaves.
+    ///
+    /// In the first pass (`equalizer_loop_number` of 0) the taps are a delay of half the length, later they go on from where
+    /// the last pass left them; a tap that is not finite counts as 0. Taps whose sum has become infinite or not a number are
+    /// logged and get a centre tap of 1 again for the next pass; this pass is still used.
+    /// @param[in,out] meas  at the rate of the taps, becomes the equalized signal, see `deal_equailizer`
+    /// @param ref           the ideal signal
+    /// @param coef          step size. Stable below 2 / (largest energy of `meas` within the taps); a first pass with one that
+    ///                      is not is logged.
+    /// @param filter_len    taps, odd
+    /// @param config        its `equalizer_filter` is read and written
+    /// @return false when there are fewer than 2 taps, which is reported, or more than 65,536, which is logged: `meas` stays
+    /// @throws std::out_of_range for a `filter_len` of 0 in the first pass and below the count of taps later
+    static bool apply_equailizer(complex_array& meas, const complex_array& ref, double coef, std::uint32_t filter_len,
+                                 lib_dma_demod_config_mgr& config);
+    /// Sweeps once over the signal, `y` = sum of x[j] conj(filter[j]) with x[0] the newest sample, and corrects every tap at
+    /// every step by coef * x[j] * conj(ref - y), in single precision.
+    ///
+    /// With L taps and N samples `out` has a sample under the centre tap of each of the N - L steps: it is 0 at its first
+    /// L - floor(L / 2) - 1 and at its last floor(L / 2) + 1 positions, and all 0 when N is at most L.
+    /// @param[out] out     as long as `meas`
+    /// @param[out] err     as long as `meas`: the square of ref - y of step k at k, else 0
+    /// @param filter       the taps; changed
+    /// @return always true
+    /// Source: B. Widrow, J. McCool, M. Ball, "The complex LMS algorithm", Proc. IEEE 63(4), 1975.
+    static bool deal_equailizer(const complex_array& meas, const complex_array& ref, double coef, complex_array& out,
+                                complex_array& filter, complex_array& err);
 
     // Power (lib_dma_phy_common_power.cpp)
 

@@ -1,12 +1,15 @@
 #include "lib_dma_common/lib_dma_phy_common.h"
 
+#include "lib_dma_common/sample_line.h"
 #include "support/internal/complex_ops.h"
+#include "support/internal/phasor_kernel.h"
 #include "support/internal/vector_clones.h"
 #include "support/lib_common_math.h"
 #include "support/lib_common_polyfit.h"
 #include "support/log_macro.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstddef>
 #include <utility>
@@ -20,15 +23,6 @@ namespace
 constexpr float single_two_pi = 6.2831855f;
 constexpr double tolerance = 1e-12;
 
-/// A fitted line as it stands over samples: theta(i) = (i * slope) / sps + intercept, i counted from symbol 0.
-struct sample_line_t
-{
-    float slope;     ///< radians per symbol
-    float intercept; ///< radians
-    double sps;
-    double pre_num;
-};
-
 /// The product of index and slope is a single-precision one; quotient and sum are formed in double and narrowed.
 inline float cal_line_value(const sample_line_t& line, double index)
 {
@@ -36,31 +30,11 @@ inline float cal_line_value(const sample_line_t& line, double index)
     return static_cast<float>(static_cast<double>(position * line.slope) / line.sps + static_cast<double>(line.intercept));
 }
 
-DMA_COMPLEX_CLONES
-void turn_back_reduced(std::complex<float>* data, std::size_t count, sample_line_t line)
+DMA_VECTOR_CLONES
+void fill_line(sample_line_t line, double first, double stride, std::size_t count, float* angles)
 {
     for (std::size_t i = 0; i < count; ++i)
-    {
-        const float theta = cal_line_value(line, static_cast<double>(static_cast<std::int32_t>(i)));
-        const common_lib::sine_cosine_t turn = common_lib::sine_cosine_reduced(-static_cast<double>(theta));
-        data[i] = common_lib::complex_product(data[i], { static_cast<float>(turn.cosine), static_cast<float>(turn.sine) });
-    }
-}
-
-/// data[i] *= e^(-j theta(i)).
-void turn_back(complex_array& data, const sample_line_t& line)
-{
-    const float first = cal_line_value(line, 0.0);
-    const float last = cal_line_value(line, static_cast<double>(data.size()));
-    const bool reducible = std::abs(static_cast<double>(first)) <= common_lib::largest_reduced_angle &&
-                           std::abs(static_cast<double>(last)) <= common_lib::largest_reduced_angle;
-    if (reducible && data.size() < (std::size_t(1) << 31))
-    {
-        turn_back_reduced(data.data(), data.size(), line);
-        return;
-    }
-    for (std::size_t i = 0; i < data.size(); ++i)
-        data[i] = common_lib::complex_product(data[i], common_lib::unit_phasor(-cal_line_value(line, static_cast<double>(i))));
+        angles[i] = cal_line_value(line, first + static_cast<double>(static_cast<std::int32_t>(i)) * stride);
 }
 
 /// True when the first two symbols of MSK show that the signal stands one symbol out of its pair.
@@ -122,6 +96,55 @@ void drop_empty_symbols(const complex_array& ref, float_array& positions, float_
 }
 } // namespace
 
+void turn_back(const sample_line_t& line, std::size_t first, std::size_t stride, complex_array& data)
+{
+    const double begin = static_cast<double>(first);
+    const double step = static_cast<double>(stride);
+    const float first_angle = cal_line_value(line, begin);
+    const float last_angle = cal_line_value(line, begin + static_cast<double>(data.size()) * step);
+    const bool reducible = std::abs(static_cast<double>(first_angle)) <= common_lib::largest_reduced_angle &&
+                           std::abs(static_cast<double>(last_angle)) <= common_lib::largest_reduced_angle;
+    constexpr std::size_t block_samples = 1024;
+    std::array<float, block_samples> angles;
+    for (std::size_t start = 0; start < data.size(); start += block_samples)
+    {
+        const std::size_t length = std::min(block_samples, data.size() - start);
+        fill_line(line, begin + static_cast<double>(start) * step, step, length, angles.data());
+        if (reducible)
+        {
+            common_lib::turn_back_reduced(angles.data(), length, data.data() + start);
+            continue;
+        }
+        for (std::size_t i = 0; i < length; ++i)
+            data[start + i] = common_lib::complex_product(data[start + i], common_lib::unit_phasor(-angles[i]));
+    }
+}
+
+bool fit_fine_phase(lib_dma_modulation_type_t format_group, const complex_array& meas_symbols, const complex_array& ref_symbols,
+                    std::uint64_t symbol_rate, float_array& fit, double& fine_frequency)
+{
+    float_array phases = cal_folded_phases(meas_symbols, ref_symbols);
+    float_array positions(phases.size());
+    for (std::size_t i = 0; i < positions.size(); ++i)
+        positions[i] = static_cast<float>(i);
+    float_array fitted_positions = positions;
+    if (format_group == LIB_DMA_GROUP_ASK)
+        drop_empty_symbols(ref_symbols, fitted_positions, phases);
+    float_array line;
+    if (!common_lib::lib_dma_common_polyfit_t::deal_polyfit(std::move(fitted_positions), std::move(phases), 1, line))
+    {
+        DMA_LOG_ERROR("warning deal_fine_phase_fit::deal_polyfit:error!\n");
+        return false;
+    }
+    float_array steps(positions.empty() ? 0 : positions.size() - 1);
+    for (std::size_t i = 0; i < steps.size(); ++i)
+        steps[i] = (positions[i + 1] * line[0] + line[1]) - (positions[i] * line[0] + line[1]);
+    const float mean_step = lib_common_math_t::get_average_value(steps);
+    fine_frequency = static_cast<double>(static_cast<float>(symbol_rate) * mean_step) / common_lib::two_pi;
+    fit = std::move(line);
+    return true;
+}
+
 void lib_dma_phy_common_t::deal_fixed_phase(lib_dma_modulation_type_t format_group, const float_array& fit, std::uint32_t pre_num,
                                             std::uint32_t sps, complex_array& data, double& phase_shift)
 {
@@ -148,7 +171,7 @@ void lib_dma_phy_common_t::deal_fixed_phase(lib_dma_modulation_type_t format_gro
 
     const sample_line_t line = { fit.at(0), fit.at(1), static_cast<double>(sps), static_cast<double>(pre_num) };
     if (std::isfinite(line.sps + static_cast<double>(line.intercept)))
-        turn_back(data, line);
+        turn_back(line, 0, 1, data);
 
     if (format_group == LIB_DMA_GROUP_MSK && is_out_of_pair(data, pre_num))
     {
@@ -177,27 +200,9 @@ void lib_dma_phy_common_t::deal_fine_phase_fit(lib_dma_modulation_type_t format_
         take_inner_symbols(ref, pre_num, sps, ref_symbols);
     }
 
-    float_array phases = cal_folded_phases(meas_symbols, ref_symbols);
-    float_array positions(phases.size());
-    for (std::size_t i = 0; i < positions.size(); ++i)
-        positions[i] = static_cast<float>(i);
-    float_array fitted_positions = positions;
-    if (format_group == LIB_DMA_GROUP_ASK)
-        drop_empty_symbols(ref_symbols, fitted_positions, phases);
     float_array fit;
-    if (!common_lib::lib_dma_common_polyfit_t::deal_polyfit(std::move(fitted_positions), std::move(phases), 1, fit))
-    {
-        DMA_LOG_ERROR("warning deal_fine_phase_fit::deal_polyfit:error!\n");
-        return;
-    }
-
-    float_array steps;
-    for (std::size_t i = 0; i + 1 < positions.size(); ++i)
-        steps.push_back((positions[i + 1] * fit[0] + fit[1]) - (positions[i] * fit[0] + fit[1]));
-    const float mean_step = lib_common_math_t::get_average_value(steps);
-    fine_frequency = static_cast<double>(static_cast<float>(symbol_rate) * mean_step) / common_lib::two_pi;
-
-    turn_back(meas, { fit[0], fit[1], static_cast<double>(sps), static_cast<double>(pre_num) });
+    if (fit_fine_phase(format_group, meas_symbols, ref_symbols, symbol_rate, fit, fine_frequency))
+        turn_back({ fit[0], fit[1], static_cast<double>(sps), static_cast<double>(pre_num) }, 0, 1, meas);
 }
 
 float lib_dma_phy_common_t::wrap_to_pi(float angle)

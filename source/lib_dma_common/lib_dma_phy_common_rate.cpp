@@ -217,8 +217,11 @@ void lib_dma_phy_common_t::take_inner_symbols(const complex_array& data, std::ui
     const std::uint32_t stop = pre_num + length;
     const std::size_t first = pre_num >= size ? 0 : pre_num;
     const std::size_t last = pre_num >= size || stop > size || length > size ? size : stop;
-    for (std::size_t i = first; i < last && sps != 0; i += sps)
-        out.push_back(data[i]);
+    if (sps == 0)
+        return;
+    out.resize(last > first ? (last - first + sps - 1) / sps : 0);
+    for (std::size_t i = 0; i < out.size(); ++i)
+        out[i] = data[first + i * sps];
 }
 
 void lib_dma_phy_common_t::gen_rectangular_filter(std::uint32_t span, std::uint32_t sps, complex_array& out)

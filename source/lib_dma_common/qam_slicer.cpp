@@ -8,17 +8,6 @@
 
 namespace vrim::dma_demod_lib
 {
-namespace
-{
-constexpr std::int16_t no_point = -1;
-
-/// Place of a coordinate among the columns or rows of the grid.
-std::size_t get_line(std::int32_t coordinate, std::int32_t side)
-{
-    return static_cast<std::size_t>((coordinate + side - 1) / 2);
-}
-} // namespace
-
 template <typename number_t>
 struct qam_slicer_t::nearest_t
 {
@@ -37,6 +26,11 @@ void qam_slicer_t::load(std::uint32_t points, const constellation_map& map)
     side_ = grid.side;
     corner_ = grid.corner;
     inverse_unit_ = 1.0 / grid.unit;
+    // One unit beyond the set and one of clearance: within two units the margin is this one or less. The surplus is for the
+    // rounding of values that are decided in place of the one that was asked for.
+    constexpr double surplus = 1e-4;
+    farthest_ = static_cast<double>(side_) + 1.0;
+    cell_margin_ = _get_margin(2.0) + surplus;
     cells_.assign(static_cast<std::size_t>(side_) * static_cast<std::size_t>(side_), no_point);
     for (std::uint32_t key = 0; key < points; ++key)
     {
@@ -49,28 +43,9 @@ void qam_slicer_t::clear()
 {
     side_ = 0;
     corner_ = 0;
+    farthest_ = -1.0;
     table_.clear();
     cells_.clear();
-}
-
-std::uint32_t qam_slicer_t::decide_number(std::complex<float> value) const
-{
-    return _decide<double>(value);
-}
-
-std::complex<float> qam_slicer_t::decide_point(std::complex<float> value) const
-{
-    return empty() ? std::complex<float>(0.0f, 0.0f) : table_.get_point(_decide<double>(value));
-}
-
-std::uint32_t qam_slicer_t::decide_index(std::complex<float> value) const
-{
-    return empty() ? 0 : _decide<float>(value);
-}
-
-std::size_t qam_slicer_t::_get_cell(std::int32_t x, std::int32_t y) const
-{
-    return get_line(x, side_) * static_cast<std::size_t>(side_) + get_line(y, side_);
 }
 
 double qam_slicer_t::_get_margin(double outside) const
@@ -110,7 +85,7 @@ void qam_slicer_t::_compare_around(std::int32_t centre_x, std::int32_t centre_y,
 }
 
 template <typename number_t>
-std::uint32_t qam_slicer_t::_decide(std::complex<float> value) const
+std::uint32_t qam_slicer_t::_decide_closely(std::complex<float> value) const
 {
     const double re = static_cast<double>(value.real()) * inverse_unit_;
     const double im = static_cast<double>(value.imag()) * inverse_unit_;
@@ -141,4 +116,7 @@ std::uint32_t qam_slicer_t::_decide(std::complex<float> value) const
     }
     return nearest.key;
 }
+
+template std::uint32_t qam_slicer_t::_decide_closely<double>(std::complex<float> value) const;
+template std::uint32_t qam_slicer_t::_decide_closely<float>(std::complex<float> value) const;
 } // namespace vrim::dma_demod_lib

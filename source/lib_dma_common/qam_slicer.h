@@ -2,7 +2,10 @@
 
 #include "dma_types.h"
 #include "lib_dma_common/decision_table.h"
+#include "support/internal/qam_grid.h"
 
+#include <algorithm>
+#include <cmath>
 #include <complex>
 #include <cstddef>
 #include <cstdint>
@@ -15,6 +18,13 @@ namespace vrim::dma_demod_lib
 class qam_slicer_t
 {
 public:
+    /// A cell of the grid and how far, in grid units, a value may move and stay clear of the cell's borders.
+    struct cell_t
+    {
+        std::uint32_t key = 0;
+        float clearance = 0.0f; ///< at most 1; not above 0 where more than the grid has to be asked
+    };
+
     /// @param points  of a set that the generator knows
     /// @param map     what the generator made of it, scaled to unit rms; empty for a set without a generator
     void load(std::uint32_t points, const constellation_map& map);
@@ -22,17 +32,51 @@ public:
     bool empty() const { return table_.empty(); }
 
     /// Key of the nearest point, which is its number in key order too; distances squared in double. The set is not empty.
-    std::uint32_t decide_number(std::complex<float> value) const;
+    std::uint32_t decide_number(std::complex<float> value) const { return _decide<double>(value); }
     /// The nearest point, distances squared in double; 0 for an empty set.
-    std::complex<float> decide_point(std::complex<float> value) const;
+    std::complex<float> decide_point(std::complex<float> value) const
+    {
+        return empty() ? std::complex<float>(0.0f, 0.0f) : table_.get_point(_decide<double>(value));
+    }
     /// Key of the nearest point, distances squared in single precision; 0 for an empty set.
-    std::uint32_t decide_index(std::complex<float> value) const;
+    std::uint32_t decide_index(std::complex<float> value) const { return empty() ? 0 : _decide<float>(value); }
+
+    /// Grid units for one; 0 without a grid.
+    double get_scale() const { return side_ == 0 ? 0.0 : inverse_unit_; }
+    /// The cell around a place in grid units. All decisions on values less than `clearance` away from it are the cell's key.
+    cell_t find_cell(double x, double y) const
+    {
+        if (!(std::abs(x) <= farthest_ && std::abs(y) <= farthest_))
+            return {};
+        const std::int32_t column = common_lib::get_nearest_odd(x, side_);
+        const std::int32_t row = common_lib::get_nearest_odd(y, side_);
+        const std::int16_t key = cells_[_get_cell(column, row)];
+        if (key == no_point)
+            return {};
+        const double reach = std::min(_get_reach(x, column), _get_reach(y, row));
+        return { static_cast<std::uint32_t>(key), static_cast<float>(reach - cell_margin_) };
+    }
 
 private:
     template <typename number_t>
     struct nearest_t;
 
-    std::size_t _get_cell(std::int32_t x, std::int32_t y) const;
+    static constexpr std::int16_t no_point = -1;
+
+    /// Place of odd coordinates in `cells_`.
+    std::size_t _get_cell(std::int32_t x, std::int32_t y) const
+    {
+        const std::int32_t column = (x + side_ - 1) / 2;
+        return static_cast<std::size_t>(column * side_ + (y + side_ - 1) / 2);
+    }
+    /// Distance of a value to the nearer border of its cell, at most 1. The outermost cells have no outer border.
+    double _get_reach(double value, std::int32_t coordinate) const
+    {
+        const double offset = value - static_cast<double>(coordinate);
+        const double lower = coordinate == 1 - side_ ? 1.0 : 1.0 + offset;
+        const double upper = coordinate == side_ - 1 ? 1.0 : 1.0 - offset;
+        return std::min(lower, upper);
+    }
     /// Width in grid units within which rounding may move a border, for a value `outside` units beyond the set. The points are
     /// single-precision numbers, and single-precision distances lose digits as they grow.
     double _get_margin(double outside) const;
@@ -42,12 +86,22 @@ private:
     template <typename number_t>
     void _compare_around(std::int32_t centre_x, std::int32_t centre_y, nearest_t<number_t>& nearest) const;
     template <typename number_t>
-    std::uint32_t _decide(std::complex<float> value) const;
+    std::uint32_t _decide(std::complex<float> value) const
+    {
+        const cell_t cell =
+            find_cell(static_cast<double>(value.real()) * inverse_unit_, static_cast<double>(value.imag()) * inverse_unit_);
+        return cell.clearance > 0.0f ? cell.key : _decide_closely<number_t>(value);
+    }
+    /// The decision where the cell alone does not tell.
+    template <typename number_t>
+    std::uint32_t _decide_closely(std::complex<float> value) const;
 
     // Coordinates count odd integers from -(side - 1) to side - 1, in units of half the distance of neighbouring points.
     std::int32_t side_ = 0;   ///< points a side of the square around the set; 0 without a grid
     std::int32_t corner_ = 0; ///< points a side of the missing corners
     double inverse_unit_ = 0.0;
+    double farthest_ = -1.0; ///< coordinate up to which cells are told, negative without a grid
+    double cell_margin_ = 0.0;
     decision_table_t table_;
     std::vector<std::int16_t> cells_; ///< key of each place, column by column
 };

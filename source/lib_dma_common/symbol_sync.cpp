@@ -1,6 +1,6 @@
 #include "lib_dma_common/symbol_sync.h"
 
-#include "lib_dma_common/plain_array.h"
+#include "lib_dma_common/sinc.h"
 #include "support/internal/complex_ops.h"
 #include "support/internal/fir_kernel.h"
 #include "support/internal/narrow.h"
@@ -23,6 +23,7 @@ using common_lib::two_pi;
 /// A record without signal still has to give a phase.
 constexpr std::complex<float> padding(1e-11f, 1e-11f);
 constexpr std::uint64_t word_bits = 32; // fractional bits of a delay word
+constexpr std::size_t lines_at_once = 4;
 
 /// amplitude^2 e^(j angle) of one block: the angle depends on the place in the block alone, so its phasors are a table.
 DMA_VECTOR_CLONES
@@ -38,6 +39,37 @@ void fill_block(const std::complex<float>* data, const std::complex<float>* phas
     }
 }
 
+/// Sums of lines of `length` values that lie one behind the other, each taken in order. Side by side they do not wait for each
+/// other's additions.
+void sum_lines(const std::complex<float>* lines, std::size_t length, std::size_t count, std::complex<double>* sums)
+{
+    std::array<double, 2 * lines_at_once> parts = {};
+    if (count == lines_at_once)
+    {
+        for (std::size_t k = 0; k < length; ++k)
+        {
+            for (std::size_t line = 0; line < lines_at_once; ++line)
+            {
+                parts[2 * line] += static_cast<double>(lines[line * length + k].real());
+                parts[2 * line + 1] += static_cast<double>(lines[line * length + k].imag());
+            }
+        }
+    }
+    else
+    {
+        for (std::size_t line = 0; line < count; ++line)
+        {
+            for (std::size_t k = 0; k < length; ++k)
+            {
+                parts[2 * line] += static_cast<double>(lines[line * length + k].real());
+                parts[2 * line + 1] += static_cast<double>(lines[line * length + k].imag());
+            }
+        }
+    }
+    for (std::size_t line = 0; line < count; ++line)
+        sums[line] = { parts[2 * line], parts[2 * line + 1] };
+}
+
 /// Zeros in front of and behind the data.
 void pad(complex_array& data, std::size_t front, std::size_t back)
 {
@@ -50,18 +82,40 @@ std::size_t get_front_padding(std::uint32_t order)
     return order < 2 ? 0 : order / 2 - 1;
 }
 
-/// Fractional delay of a whole record; samples outside it count as zero.
-void delay_in_place(std::uint32_t order, const double_array& taps, complex_array& data)
+/// out[k] = sum of taps[i] * in[first + k + i]; samples outside the record count as zero.
+void delay_edge(const float_array& taps, const complex_array& in, std::ptrdiff_t first, std::size_t count,
+                std::complex<float>* out)
 {
-    const std::size_t size = data.size();
+    complex_array samples(count + taps.size(), { 0.0f, 0.0f });
+    for (std::size_t i = 0; i < samples.size(); ++i)
+    {
+        const std::ptrdiff_t place = first + static_cast<std::ptrdiff_t>(i);
+        if (place >= 0 && place < static_cast<std::ptrdiff_t>(in.size()))
+            samples[i] = in[static_cast<std::size_t>(place)];
+    }
+    common_lib::correlate_real_taps(samples.data(), taps.data(), taps.size(), out, count);
+}
+
+/// Fractional delay of a record; samples outside it count as zero.
+/// @param skip       samples that are dropped from the head of the delayed record, at most as many as there are
+/// @param[out] out   not the input itself
+void delay_record(std::uint32_t order, const double_array& taps, const complex_array& in, std::size_t skip, complex_array& out)
+{
     float_array narrow(std::min<std::size_t>(taps.size(), order));
     std::transform(taps.begin(), taps.begin() + static_cast<std::ptrdiff_t>(narrow.size()), narrow.begin(),
                    [](double tap) { return static_cast<float>(tap); });
-    // For an odd order the last output sees one sample more than the usual padding.
-    data.reserve(size + order);
-    pad(data, get_front_padding(order), (order + 1) / 2);
-    common_lib::correlate_real_taps(data.data(), narrow.data(), narrow.size(), data.data(), size);
-    data.resize(size);
+    const std::size_t size = in.size();
+    const std::size_t front = get_front_padding(order);
+    out.resize(size - skip);
+    // Between the edges all taps lie on the record.
+    const std::size_t begin = std::min(std::max(skip, front), size);
+    const std::size_t end = std::max(begin, size + front >= narrow.size() ? std::min(size, size + front + 1 - narrow.size()) : 0);
+    const std::ptrdiff_t shift = -static_cast<std::ptrdiff_t>(front);
+    delay_edge(narrow, in, static_cast<std::ptrdiff_t>(skip) + shift, begin - skip, out.data());
+    if (end > begin)
+        common_lib::correlate_real_taps(in.data() + (begin - front), narrow.data(), narrow.size(), out.data() + (begin - skip),
+                                        end - begin);
+    delay_edge(narrow, in, static_cast<std::ptrdiff_t>(end) + shift, size - end, out.data() + (end - skip));
 }
 
 void unwrap_cycles(double_array& phases)
@@ -134,9 +188,16 @@ void symbol_timing_recovery_plan::init()
     sin_table_.reserve(block);
     for (std::size_t i = 0; i < block; ++i)
     {
-        const double angle = two_pi * static_cast<double>(i) / static_cast<double>(sps_);
-        cos_table_.push_back(std::cos(angle));
-        sin_table_.push_back(-std::sin(angle));
+        if (i < sps_)
+        {
+            const double angle = two_pi * static_cast<double>(i) / static_cast<double>(sps_);
+            cos_table_.push_back(std::cos(angle));
+            sin_table_.push_back(-std::sin(angle));
+            continue;
+        }
+        // Every symbol has the angles of the first one.
+        cos_table_.push_back(cos_table_[i - sps_]);
+        sin_table_.push_back(sin_table_[i - sps_]);
     }
     filter_taps_.assign(interp_order_, 0.0);
     update_flag_ = true;
@@ -151,15 +212,20 @@ void symbol_timing_recovery_plan::clear()
     raw_data_ = {};
 }
 
+std::span<const std::complex<float>> symbol_timing_recovery_plan::_get_estimation_range(const complex_array& record) const
+{
+    const std::span<const std::complex<float>> whole = record;
+    const std::uint32_t size = static_cast<std::uint32_t>(record.size());
+    const std::uint32_t inner = size - 2 * pre_num_; // wraps when the margins overlap: then nothing is cut
+    return pre_num_ < size && pre_num_ + inner <= size && inner <= size ? whole.subspan(pre_num_, inner) : whole;
+}
+
 bool symbol_timing_recovery_plan::_cut_to_estimation_range(complex_array& input) const
 {
-    const std::uint32_t size = static_cast<std::uint32_t>(input.size());
-    const std::uint32_t inner = size - 2 * pre_num_; // wraps when the margins overlap: then nothing is cut
-    if (pre_num_ < size && pre_num_ + inner <= size && inner <= size)
-    {
-        input.erase(input.begin() + static_cast<std::ptrdiff_t>(pre_num_) + static_cast<std::ptrdiff_t>(inner), input.end());
-        input.erase(input.begin(), input.begin() + static_cast<std::ptrdiff_t>(pre_num_));
-    }
+    const std::span<const std::complex<float>> range = _get_estimation_range(input);
+    const std::ptrdiff_t first = range.data() - input.data();
+    input.erase(input.begin() + first + static_cast<std::ptrdiff_t>(range.size()), input.end());
+    input.erase(input.begin(), input.begin() + first);
     const std::size_t block = static_cast<std::size_t>(syn_sym_num_) * sps_;
     if (input.size() >= block)
         return true;
@@ -167,7 +233,7 @@ bool symbol_timing_recovery_plan::_cut_to_estimation_range(complex_array& input)
     return false;
 }
 
-double symbol_timing_recovery_plan::_cal_mean_phase(const complex_array& data)
+double symbol_timing_recovery_plan::_cal_mean_phase(std::span<const std::complex<float>> data)
 {
     const std::size_t block = static_cast<std::size_t>(syn_sym_num_) * sps_;
     block_phase_.clear();
@@ -180,18 +246,17 @@ double symbol_timing_recovery_plan::_cal_mean_phase(const complex_array& data)
             static_cast<double>(static_cast<float>(k)) * -2.0 * common_lib::pi / static_cast<double>(static_cast<float>(sps_));
         phasors[k] = common_lib::unit_phasor(static_cast<float>(angle));
     }
-    complex_array line(block);
-    for (std::size_t start = 0; start + block <= data.size(); start += block)
+    const std::size_t blocks = data.size() / block;
+    complex_array lines(std::min(blocks, lines_at_once) * block);
+    std::array<std::complex<double>, lines_at_once> sums;
+    for (std::size_t first = 0; first < blocks; first += lines_at_once)
     {
-        fill_block(data.data() + start, phasors.data(), block, line.data());
-        double re = 0.0;
-        double im = 0.0;
-        for (const std::complex<float>& value : line)
-        {
-            re += static_cast<double>(value.real());
-            im += static_cast<double>(value.imag());
-        }
-        block_phase_.push_back(-std::atan2(im, re) / two_pi);
+        const std::size_t count = std::min(lines_at_once, blocks - first);
+        for (std::size_t line = 0; line < count; ++line)
+            fill_block(data.data() + (first + line) * block, phasors.data(), block, lines.data() + line * block);
+        sum_lines(lines.data(), block, count, sums.data());
+        for (std::size_t line = 0; line < count; ++line)
+            block_phase_.push_back(-std::atan2(sums[line].imag(), sums[line].real()) / two_pi);
     }
     unwrap_cycles(block_phase_);
     double sum = 0.0;
@@ -200,34 +265,61 @@ double symbol_timing_recovery_plan::_cal_mean_phase(const complex_array& data)
     return sum / static_cast<double>(block_phase_.size());
 }
 
+float symbol_timing_recovery_plan::_cal_timing_offset(const complex_array& record)
+{
+    const std::int64_t start_time = common_lib::lib_test_t::get_current_time();
+    std::span<const std::complex<float>> range = _get_estimation_range(record);
+    complex_array padded;
+    const std::size_t block = static_cast<std::size_t>(syn_sym_num_) * sps_;
+    if (range.size() < block)
+    {
+        DMA_LOG_ERROR("error: symbol_timing_recovery1: input data too less!\n");
+        padded.assign(range.begin(), range.end());
+        padded.resize(block, padding);
+        range = padded;
+    }
+    const double mean = _cal_mean_phase(range);
+    const float offset = static_cast<float>((mean - static_cast<double>(clock_adjust_)) * static_cast<double>(sps_));
+    DMA_LOG_INFO("phase average:%.6f,bin_delay:%.6f.\n", mean, offset);
+    common_log::print_trace_time("symbol_timing_recovery1 cal pm time: ", start_time);
+    return offset;
+}
+
+std::uint32_t symbol_timing_recovery_plan::_cal_whole_delay(float offset) const
+{
+    const float whole = std::floor(offset);
+    const float delay = whole > 0.0f ? whole : static_cast<float>(sps_) - std::abs(whole);
+    return delay > 0.0f && std::isfinite(delay) ? static_cast<std::uint32_t>(delay) : 0;
+}
+
+void symbol_timing_recovery_plan::_delay_fraction(float offset, const complex_array& record, std::size_t skip,
+                                                  complex_array& output)
+{
+    const std::int64_t start_time = common_lib::lib_test_t::get_current_time();
+    float fraction = static_cast<double>(offset) <= 1e-12 ? offset - std::ceil(offset) : offset - std::floor(offset);
+    // For a tiny negative offset this comes out as exactly 1; the whole delay is one less then, and the two agree.
+    if (fraction < 0.0f)
+        fraction += 1.0f;
+    sinc_fractional_delay_filter_design(static_cast<double>(fraction), interp_order_, filter_taps_);
+    delay_record(interp_order_, filter_taps_, record, skip, output);
+    common_log::print_trace_time("symbol_timing_recovery1 sinc_fractional_delay time: ", start_time);
+}
+
 bool symbol_timing_recovery_plan::symbol_timing_recovery_old(complex_array& input, complex_array& output,
                                                              std::uint32_t& int_delay)
 {
-    std::int64_t start_time = common_lib::lib_test_t::get_current_time();
-    output.clear();
-    output.reserve(input.size() + interp_order_); // room for the filter's padding
-    output = input;
-    if (!_cut_to_estimation_range(input))
-        DMA_LOG_ERROR("error: symbol_timing_recovery1: input data too less!\n");
-
-    const double mean = _cal_mean_phase(input);
-    const float x = static_cast<float>((mean - static_cast<double>(clock_adjust_)) * static_cast<double>(sps_));
-    float fraction = static_cast<double>(x) <= 1e-12 ? x - std::ceil(x) : x - std::floor(x);
-    // For a tiny negative offset this comes out as exactly 1; the whole part below is one less then, and the two agree.
-    if (fraction < 0.0f)
-        fraction += 1.0f;
-    DMA_LOG_INFO("phase average:%.6f,bin_delay:%.6f.\n", mean, x);
-    common_log::print_trace_time("symbol_timing_recovery1 cal pm time: ", start_time);
-
-    start_time = common_lib::lib_test_t::get_current_time();
-    sinc_fractional_delay_filter_design(static_cast<double>(fraction), interp_order_, filter_taps_);
-    delay_in_place(interp_order_, filter_taps_, output);
-    common_log::print_trace_time("symbol_timing_recovery1 sinc_fractional_delay time: ", start_time);
-
-    const float whole = std::floor(x);
-    const float delay = whole > 0.0f ? whole : static_cast<float>(sps_) - std::abs(whole);
-    int_delay = delay > 0.0f && std::isfinite(delay) ? static_cast<std::uint32_t>(delay) : 0;
+    const float offset = _cal_timing_offset(input);
+    _delay_fraction(offset, input, 0, output);
+    int_delay = _cal_whole_delay(offset);
+    _cut_to_estimation_range(input);
     return true;
+}
+
+void symbol_timing_recovery_plan::time_record(const complex_array& input, complex_array& output, std::uint32_t& int_delay)
+{
+    const float offset = _cal_timing_offset(input);
+    int_delay = _cal_whole_delay(offset);
+    _delay_fraction(offset, input, int_delay < input.size() ? int_delay : 0, output);
 }
 
 bool symbol_timing_recovery_plan::symbol_timing_recovery_new(complex_array& input, complex_array& output,
@@ -287,8 +379,7 @@ void symbol_timing_recovery_plan::sinc_fractional_delay_filter_design(std::uint6
 void symbol_timing_recovery_plan::sinc_fractional_delay(std::uint32_t order, const double_array& taps, complex_array& input,
                                                         complex_array& output)
 {
-    output = input;
-    delay_in_place(order, taps, output);
+    delay_record(order, taps, input, 0, output);
     pad(input, get_front_padding(order), order / 2);
 }
 

@@ -3,7 +3,10 @@
 #include "dma_export.h"
 #include "dma_types.h"
 
+#include <complex>
+#include <cstddef>
 #include <cstdint>
+#include <span>
 
 namespace vrim::dma_demod_lib
 {
@@ -39,7 +42,11 @@ public:
     /// @return always true; a record shorter than one block is padded and logged as an error
     /// Source: M. Oerder, H. Meyr, "Digital filter and square timing recovery", IEEE Trans. Commun. 36(5), 1988.
     bool symbol_timing_recovery_old(complex_array& input, complex_array& output, std::uint32_t& int_delay);
-    /// The same without `clock_adjust`, with the fixed-point interpolator. No demodulator calls it.
+    /// The same with the drop done, for an input that is to stay as it is.
+    /// @param[out] output     timed samples, not the input itself; symbols stand at the multiples of sps
+    /// @param[out] int_delay  samples to drop; a record that has no more than that keeps them
+    void time_record(const complex_array& input, complex_array& output, std::uint32_t& int_delay);
+    /// As `symbol_timing_recovery_old` without `clock_adjust`, with the fixed-point interpolator. No demodulator calls it.
     bool symbol_timing_recovery_new(complex_array& input, complex_array& output, std::uint32_t& int_delay);
 
     /// Windowed sinc that reads a signal `delay` samples later, four-term Blackman-Harris window, not scaled to unit gain.
@@ -63,9 +70,17 @@ public:
 private:
     template <typename value_t>
     void _set(value_t& field, value_t value);
+    /// The record without its margins.
+    std::span<const std::complex<float>> _get_estimation_range(const complex_array& record) const;
+    /// Leaves that range, padded to a block. @return false when it had to be
     bool _cut_to_estimation_range(complex_array& input) const;
     /// @return mean timing phase in symbols, unwrapped over the blocks
-    double _cal_mean_phase(const complex_array& data);
+    double _cal_mean_phase(std::span<const std::complex<float>> data);
+    /// @return timing offset in samples
+    float _cal_timing_offset(const complex_array& record);
+    std::uint32_t _cal_whole_delay(float offset) const;
+    /// Delays the record by the fraction of the offset. @param skip  samples to drop from the head
+    void _delay_fraction(float offset, const complex_array& record, std::size_t skip, complex_array& output);
 
     bool update_flag_ = true;
     std::uint32_t sps_ = 4;

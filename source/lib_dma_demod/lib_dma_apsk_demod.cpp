@@ -5,6 +5,7 @@
 #include "lib_dma_demod/lib_dma_qam_common.h"
 #include "lib_dma_demod/stage/carrier_track.h"
 #include "lib_dma_demod/stage/demod_settings.h"
+#include "lib_dma_demod/stage/equalizer.h"
 #include "lib_dma_demod/stage/error_table.h"
 #include "lib_dma_demod/stage/meas_filter.h"
 #include "lib_dma_demod/stage/reference.h"
@@ -167,7 +168,7 @@ bool lib_dma_apsk_demod_t::lib_dma_apsk_demod_process(std::uint32_t segment_inde
     DMA_LOG_INFO("Carrier Frequency Offset(Hz) = %.3f\n", config.carrier_frequency_offset);
 
     if (setting.equalizer)
-        DMA_LOG_ERROR("lib_dma_apsk_demod_process: this version has no equalizer yet; the signal is measured without it.\n");
+        demod_stage::deal_equalizer(setting, work, config, data_manager);
     const bool decoded = apsk_decode_bit(segment_index, data_manager);
     const bool rotated = deal_phase_rotation();
     if (!decoded || !rotated)

@@ -4,6 +4,7 @@
 #include "lib_dma_common/lib_dma_phy_frequency_correct.h"
 #include "lib_dma_demod/stage/carrier_track.h"
 #include "lib_dma_demod/stage/demod_settings.h"
+#include "lib_dma_demod/stage/equalizer.h"
 #include "lib_dma_demod/stage/error_table.h"
 #include "lib_dma_demod/stage/meas_filter.h"
 #include "lib_dma_demod/stage/reference.h"
@@ -13,6 +14,8 @@
 #include "lib_dma_demod/stage/symbol_decode.h"
 #include "lib_dma_demod/stage/symbol_timing.h"
 #include "support/internal/complex_ops.h"
+#include "support/internal/trigonometry.h"
+#include "support/internal/vector_clones.h"
 #include "support/lib_common_math.h"
 #include "support/lib_constellation.h"
 #include "support/lib_test.h"
@@ -48,6 +51,28 @@ constexpr float quadrature_threshold = 0.38268343f;
 constexpr float narrow_quadrature_threshold = 0.19509032f;
 constexpr float quarter_pi = 0.7853982f;
 constexpr float eighth_pi = 0.3926991f;
+
+/// Unit phasors of the steps of phase from symbol to symbol. The first symbol stands for the step from phase 0.
+DMA_VECTOR_CLONES
+void fill_phase_steps(const float* phases, std::size_t count, std::complex<float>* out)
+{
+    for (std::size_t i = 0; i < count; ++i)
+    {
+        const float step = phases[i] - (i == 0 ? 0.0f : phases[i - 1]);
+        const common_lib::sine_cosine_t turn = common_lib::sine_cosine_reduced(static_cast<double>(step));
+        out[i] = { static_cast<float>(turn.cosine), static_cast<float>(turn.sine) };
+    }
+}
+
+complex_array make_phase_steps(const complex_array& data, std::uint32_t points_per_symbol)
+{
+    complex_array symbols;
+    lib_dma_phy_common_t::downsample(data, static_cast<float>(points_per_symbol), symbols);
+    float_array phases;
+    lib_common_math_t::get_complex_array_phase(symbols, phases);
+    fill_phase_steps(phases.data(), phases.size(), symbols.data());
+    return symbols;
+}
 } // namespace
 
 inline std::complex<float> lib_dma_dpsk_demod_t::_judge(std::complex<float> point) const
@@ -144,7 +169,7 @@ bool lib_dma_dpsk_demod_t::lib_dma_dpsk_demod_process(std::uint32_t segment_inde
     DMA_LOG_INFO("Carrier Frequency Offset(Hz) = %.3f\n", config.carrier_frequency_offset);
 
     if (setting.equalizer)
-        DMA_LOG_ERROR("lib_dma_dpsk_demod_process: this version has no equalizer yet; the signal is measured without it.\n");
+        demod_stage::deal_equalizer(setting, work, config, data_manager);
     const bool decoded = dpsk_decode_bit(segment_index, data_manager);
     const bool rotated = deal_phase_rotation();
     if (!decoded || !rotated)
@@ -285,15 +310,10 @@ bool lib_dma_dpsk_demod_t::dpsk_decode_bit(std::uint32_t segment_index, lib_dma_
                                                                               false);
     decision_table_t table;
     table.load(setting.constellation_setting_flag ? setting.const_iq_map : steps);
-    // The symbols are decided in their order; the first one stands for the step from phase 0.
-    float before = 0.0f;
-    const auto decide = [&](std::complex<float> symbol)
-    {
-        const float phase = lib_common_math_t::get_complex_phase(symbol);
-        const float step = phase - before;
-        before = phase;
-        return table.decide_index(unit_phasor(step));
-    };
+    // A step does not follow from its symbol alone: the symbols are counted along, in the order in which they are decided.
+    const complex_array phase_steps = make_phase_steps(work.meas_data, setting.points_per_symbol);
+    std::size_t next = 0;
+    const auto decide = [&](std::complex<float>) { return table.decide_index(phase_steps.at(next++)); };
     // A common turn does not change the steps, so one is enough.
     return demod_stage::deal_symbol_decode(segment_index, bits_per_symbol, { 0.0f }, dpsk_decode_words, decide, setting, work,
                                            data_manager);

@@ -3,6 +3,7 @@
 #include "lib_dma_common/lib_dma_phy_common.h"
 #include "lib_dma_demod/stage/carrier_track.h"
 #include "lib_dma_demod/stage/demod_settings.h"
+#include "lib_dma_demod/stage/equalizer.h"
 #include "lib_dma_demod/stage/error_table.h"
 #include "lib_dma_demod/stage/meas_filter.h"
 #include "lib_dma_demod/stage/result_position.h"
@@ -160,7 +161,7 @@ bool lib_dma_msk_demod_t::lib_dma_msk_demod_process(std::uint32_t segment_index,
     if (!phase_ambiguity_cal())
         return false;
     if (setting.equalizer)
-        DMA_LOG_ERROR("lib_dma_msk_demod_process: this version has no equalizer yet; the signal is measured without it.\n");
+        demod_stage::deal_equalizer(setting, work, config, data_manager);
     if (!msk_decode_bit(segment_index, data_manager))
         return false;
     work.release_surplus();

@@ -3,6 +3,7 @@
 #include "lib_dma_common/lib_dma_phy_common.h"
 #include "lib_dma_common/lib_dma_phy_frequency_correct.h"
 #include "lib_dma_demod/stage/demod_settings.h"
+#include "lib_dma_demod/stage/equalizer.h"
 #include "lib_dma_demod/stage/error_table.h"
 #include "lib_dma_demod/stage/meas_filter.h"
 #include "lib_dma_demod/stage/reference.h"
@@ -201,7 +202,7 @@ bool lib_dma_oqpsk_demod_t::lib_dma_oqpsk_demod_process(std::uint32_t segment_in
     DMA_LOG_INFO("Carrier Frequency Offset(Hz) = %.3f\n", config.carrier_frequency_offset);
 
     if (setting.equalizer)
-        DMA_LOG_ERROR("lib_dma_oqpsk_demod_process: this version has no equalizer yet; the signal is measured without it.\n");
+        demod_stage::deal_equalizer(setting, work, config, data_manager);
     const bool decoded = oqpsk_decode_bit(segment_index, data_manager);
     const bool rotated = deal_phase_rotation();
     if (!decoded || !rotated)
@@ -306,7 +307,7 @@ bool lib_dma_oqpsk_demod_t::oqpsk_decode_bit(std::uint32_t segment_index, lib_dm
 {
     DMA_LOG_INFO("lib_dma_oqpsk_demod_t::oqpsk_decode_bit.\n");
     const lib_dma_psk_modulation_param& psk_param = data_manager.get_psk_modulation_param();
-    const std::uint32_t bits_per_symbol = std::max(1u, static_cast<std::uint32_t>(std::bit_width(psk_param.modulation_order)) - 1u);
+    const auto bits_per_symbol = static_cast<std::uint32_t>(std::bit_width(std::max(psk_param.modulation_order, 2u)) - 1);
     decision_table_t table;
     table.load(setting.constellation_setting_flag ? setting.const_iq_map : judge_map);
     // The judge's map stands in the turned frame, a user's map in that of the symbols.
@@ -315,7 +316,8 @@ bool lib_dma_oqpsk_demod_t::oqpsk_decode_bit(std::uint32_t segment_index, lib_dm
     const auto decide = [&](std::complex<float> symbol) { return table.decide_index(complex_product(symbol, frame_turn)); };
 
     // The waveforms have lost their run-in, so the symbols lose it too.
-    const std::size_t head = (setting.head_len < setting.sps ? setting.head_len : setting.head_len - setting.sps) / setting.sps;
+    const std::size_t head = (setting.head_len < setting.sps ? setting.head_len : setting.head_len - setting.sps) / setting.sps +
+                             demod_stage::get_equalizer_head(setting);
     complex_array symbols(work.decided_symbol.begin() + static_cast<std::ptrdiff_t>(std::min(head, work.decided_symbol.size())),
                           work.decided_symbol.end());
     demod_stage::fit_sync_pattern(bits_per_symbol, setting.sync_pattern_bitarr);

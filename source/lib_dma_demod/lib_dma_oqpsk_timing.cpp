@@ -11,8 +11,11 @@
 
 #include <algorithm>
 #include <cmath>
+#include <complex>
 #include <cstddef>
+#include <cstdint>
 #include <utility>
+#include <vector>
 
 namespace vrim::dma_demod_lib
 {
@@ -25,24 +28,53 @@ using common_lib::unit_phasor;
 namespace
 {
 constexpr std::size_t window_symbols = 64;
+constexpr std::size_t guide_symbols = 256;
+constexpr std::size_t guide_step_symbols = 8;
 constexpr float single_two_pi = 6.2831855f;
-constexpr float largest_step = 3.5f; // rad; a longer step between neighbouring windows is a turn
 
-/// Unwraps a track of angles that moves slowly, over any count of turns. The step is taken between the angles as they came,
-/// so that a track of a thousand turns costs no digits on the way.
-void unwrap_slow_track(float_array& phases)
+/// Angles of sums over 256 symbols about the middle of every 8 symbols, unwrapped from one to the next. Near the ends the sums
+/// move in, and a shorter record is one sum.
+/// @param data   at `sps` samples per symbol
+/// @param first  middle of the first sum, symbols
+double_array cal_guide(const complex_array& data, std::size_t sps, std::size_t first, std::size_t count)
 {
-    std::int64_t turns = 0;
-    float previous = phases.empty() ? 0.0f : phases.front();
-    for (float& phase : phases)
+    const std::size_t symbols = data.size() / sps;
+    std::vector<std::complex<double>> totals(symbols + 1); // of all symbols before
+    for (std::size_t k = 0; k < symbols; ++k)
     {
-        const float step = phase - previous;
-        previous = phase;
-        if (step > largest_step)
-            --turns;
-        else if (step < -largest_step)
-            ++turns;
-        phase = static_cast<float>(static_cast<double>(phase) + static_cast<double>(turns) * static_cast<double>(single_two_pi));
+        std::complex<double> sum = 0.0;
+        for (std::size_t n = k * sps; n < (k + 1) * sps; ++n)
+            sum += std::complex<double>(data[n]);
+        totals[k + 1] = totals[k] + sum;
+    }
+    const std::size_t length = std::min(guide_symbols, symbols);
+    double_array guide(count);
+    std::complex<double> before = 1.0;
+    for (std::size_t j = 0; j < count; ++j)
+    {
+        const std::size_t middle = first + j * guide_step_symbols;
+        const std::size_t start = std::min(middle - std::min(middle, length / 2), symbols - length);
+        const std::complex<double> sum = totals[start + length] - totals[start];
+        guide[j] = (j == 0 ? 0.0 : guide[j - 1]) + std::arg(sum * std::conj(before));
+        before = sum;
+    }
+    return guide;
+}
+
+/// Puts every angle within half a turn of the guide; the first one stays. A window whose line drowns in noise is lost by
+/// itself: taken from angle to angle, it would leave a turn to all that follow.
+/// @param step  phases to one entry of the guide
+void unwrap_along(const double_array& guide, std::size_t step, float_array& phases)
+{
+    const double turn = static_cast<double>(single_two_pi);
+    double first_turns = 0.0;
+    for (std::size_t i = 0; i < phases.size(); ++i)
+    {
+        const double angle = static_cast<double>(phases[i]);
+        const double turns = std::round((guide[i / step] - angle) / turn);
+        if (i == 0)
+            first_turns = turns;
+        phases[i] = static_cast<float>(angle + (turns - first_turns) * turn);
     }
 }
 
@@ -122,14 +154,18 @@ float get_mean_step(const float_array& track)
     return steps.empty() ? 0.0f : lib_common_math_t::get_average_value(steps);
 }
 
-/// Samples to drop so that the symbol `offset` samples away stands first; a symbol later where that one lies before the data.
-std::size_t cal_whole_delay(float offset, std::uint32_t sps)
+/// Samples to drop so that a symbol stands first whose time is `offset` samples; where that lies before the data, the symbol
+/// one period later.
+/// @return `size` for an offset behind the data or none at all
+std::size_t cal_whole_delay(float offset, std::uint32_t sps, std::size_t size)
 {
-    const std::int64_t whole = static_cast<std::int64_t>(std::floor(offset));
-    if (whole > 0)
-        return static_cast<std::size_t>(whole);
-    const std::int64_t period = static_cast<std::int64_t>(sps);
-    return static_cast<std::size_t>(period - (-whole) % period);
+    const double period = static_cast<double>(sps);
+    double whole = std::floor(static_cast<double>(offset));
+    if (!(whole > 0.0))
+        whole += period;
+    if (whole < 0.0)
+        whole -= std::floor(whole / period) * period;
+    return whole >= 0.0 && whole < static_cast<double>(size) ? static_cast<std::size_t>(whole) : size;
 }
 } // namespace
 
@@ -180,7 +216,8 @@ float_array lib_dma_oqpsk_demod_t::_cal_line_phase(const complex_array& data, fl
     common_lib::correlate_real_taps(padded.data(), kernel.data(), taps, filtered.data(), filtered.size());
     multiply_finite(padded.data() + front, filtered.data(), filtered.size());
     float_array phases = cal_window_phases(filtered, window_symbols * setting.sps, count);
-    unwrap_slow_track(phases);
+    const std::size_t step = guide_step_symbols * setting.sps;
+    unwrap_along(cal_guide(filtered, setting.sps, window_symbols / 2, (count + step - 1) / step), step, phases);
     return phases;
 }
 
@@ -234,7 +271,8 @@ bool lib_dma_oqpsk_demod_t::timing_recovery(float& residual_hz)
         return false;
     }
     turn_back(line[0], line[1], work.iq_data);
-    residual_hz = static_cast<float>(setting.symbol_rate) * get_mean_step(phase) * static_cast<float>(setting.sps) / single_two_pi;
+    residual_hz =
+        static_cast<float>(setting.symbol_rate) * get_mean_step(phase) * static_cast<float>(setting.sps) / single_two_pi;
 
     const float mean_timing = lib_common_math_t::get_average_value(timing);
     // The estimate rises as the symbols come earlier.
@@ -248,7 +286,7 @@ bool lib_dma_oqpsk_demod_t::timing_recovery(float& residual_hz)
     double_array taps;
     symbol_timing_recovery_plan::sinc_fractional_delay_filter_design(static_cast<double>(fraction), interp_order, taps);
     symbol_timing_recovery_plan::sinc_fractional_delay(interp_order, taps, work.iq_data, work.timing_data);
-    const std::size_t head = std::min(cal_whole_delay(offset, setting.sps), work.timing_data.size());
+    const std::size_t head = cal_whole_delay(offset, setting.sps, work.timing_data.size());
     work.timing_data.erase(work.timing_data.begin(), work.timing_data.begin() + static_cast<std::ptrdiff_t>(head));
     return true;
 }

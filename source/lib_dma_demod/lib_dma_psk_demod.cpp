@@ -4,6 +4,7 @@
 #include "lib_dma_common/lib_dma_phy_frequency_correct.h"
 #include "lib_dma_demod/stage/carrier_track.h"
 #include "lib_dma_demod/stage/demod_settings.h"
+#include "lib_dma_demod/stage/equalizer.h"
 #include "lib_dma_demod/stage/error_table.h"
 #include "lib_dma_demod/stage/meas_filter.h"
 #include "lib_dma_demod/stage/reference.h"
@@ -172,7 +173,7 @@ bool lib_dma_psk_demod_t::lib_dma_psk_demod_process(std::uint32_t segment_index,
     DMA_LOG_INFO("Carrier Frequency Offset(Hz) = %.3f\n", config.carrier_frequency_offset);
 
     if (setting.equalizer)
-        DMA_LOG_ERROR("lib_dma_psk_demod_process: this version has no equalizer yet; the signal is measured without it.\n");
+        demod_stage::deal_equalizer(setting, work, config, data_manager);
     const bool decoded = psk_decode_bit(segment_index, data_manager);
     const bool rotated = deal_phase_rotation();
     if (!decoded || !rotated)

@@ -2,6 +2,7 @@
 
 #include "lib_dma_common/lib_dma_phy_common.h"
 #include "lib_dma_demod/lib_dma_qam_common.h"
+#include "lib_dma_demod/lib_dma_qam_loop.h"
 #include "lib_dma_demod/stage/carrier_track.h"
 #include "support/internal/complex_ops.h"
 #include "support/log_macro.h"
@@ -15,19 +16,11 @@
 namespace vrim::dma_demod_lib
 {
 using common_lib::complex_product;
-using common_lib::unit_phasor;
 
 namespace
 {
-constexpr float single_pi = 3.14159274f;
-constexpr float single_two_pi = 6.28318548f;
-constexpr float quarter_pi = 0.7853982f;
 constexpr float gain_memory_default = 0.95f;
 constexpr float gain_update_default = 0.05f;
-// The gain of the settling pass starts anew where it leaves this range: it follows amplitudes, which a wrong phase spoils.
-constexpr float largest_gain = 1.05f;
-constexpr float least_gain = 0.95f;
-constexpr std::size_t lock_window = 18; // symbols
 // Shares of the symbols in lock: enough to skip the second pass, and to be content altogether.
 constexpr float fair_lock = 0.5f;
 constexpr float good_lock = 0.75f;
@@ -72,75 +65,6 @@ recovery_gain_t get_recovery_gain(lib_dma_qam_modulation_type_t format)
     }
 }
 
-/// Fixed turn of a format, radians per symbol; 0 for the formats that stand still.
-float get_qam_turn(lib_dma_qam_modulation_type_t format)
-{
-    if (format == LIB_DMA_QAM_PI_16)
-        return quarter_pi;
-    return format == LIB_DMA_QAM_NEGATIVE_PI_32 ? -quarter_pi : 0.0f;
-}
-
-/// A symbol or point in polar form; what the loop asks of each in every pass is worked out once.
-struct polar_t
-{
-    float amplitude;
-    float phase; ///< radians
-};
-
-polar_t get_polar(std::complex<float> value)
-{
-    return { common_lib::amplitude_of(value), common_lib::phase_of(value) };
-}
-
-/// The loop between symbols.
-struct loop_t
-{
-    float phase;     ///< radians, within half a turn
-    float frequency; ///< radians per symbol
-    float gain = 1.0f;
-    std::int32_t wraps = 0; ///< whole turns that were taken out of the phase
-
-    void wrap()
-    {
-        if (phase > single_pi)
-        {
-            ++wraps;
-            phase -= single_two_pi;
-        }
-        else if (phase < -single_pi)
-        {
-            --wraps;
-            phase += single_two_pi;
-        }
-    }
-
-    /// A symbol without amplitude says nothing of the gain.
-    void update_gain(float decided, float measured, float update, float memory)
-    {
-        if (measured > 0.0f)
-            gain = (decided / measured) * update + gain * memory;
-    }
-};
-
-/// Runs of locked symbols: start and length of the longest, the first of equal ones.
-void find_longest_run(const std::vector<std::uint8_t>& locked, std::uint32_t& start, std::uint32_t& length)
-{
-    start = 0;
-    length = 0;
-    std::size_t run_start = 0;
-    for (std::size_t i = 0; i <= locked.size(); ++i)
-    {
-        if (i < locked.size() && locked[i] != 0)
-            continue;
-        if (i - run_start > length)
-        {
-            start = static_cast<std::uint32_t>(run_start);
-            length = static_cast<std::uint32_t>(i - run_start);
-        }
-        run_start = i + 1;
-    }
-}
-
 /// Mean of the frequency over the lock, or over what follows its start where that is shorter.
 float cal_mean_frequency(const carrier_syn_info_t& pass)
 {
@@ -157,84 +81,15 @@ carrier_syn_info_t lib_dma_qam_demod_t::qam_carrier_coarse_syn(float phase, floa
                                                                float gain_memory, float gain_update, float lock_level)
 {
     _update_judge_map(qam_format);
-    const std::size_t count = work.sync_symbol.size();
-    carrier_syn_info_t info;
-    if (count == 0)
-        return info;
-
-    constexpr float start_phase_limit = 1e-8f;
-    const float turn = get_qam_turn(qam_format);
-    std::vector<polar_t> symbols(count);
-    std::transform(work.sync_symbol.begin(), work.sync_symbol.end(), symbols.begin(), get_polar);
-    std::vector<polar_t> points;
+    complex_array points;
     points.reserve(judge_map.size());
     for (const auto& [key, point] : judge_map)
-        points.push_back(get_polar(point));
-    const auto decide = [&](float amplitude, float angle) -> polar_t
-    {
-        const std::complex<float> direction = unit_phasor(angle);
-        return points.empty() ? polar_t{ 0.0f, 0.0f }
-                              : points[judge_slicer_.decide_number({ amplitude * direction.real(), amplitude * direction.imag() })];
-    };
-
-    loop_t loop = { phase, frequency };
-    if (std::abs(loop.phase) < start_phase_limit)
-        loop.phase = common_lib::phase_of(judge_slicer_.decide_point(work.sync_symbol[count - 1]));
-    loop.phase -= symbols[count - 1].phase;
-
-    // Backward first, only to settle the loop on the data before any value is kept. Time runs the other way, and so do the
-    // format's turn and the frequency.
-    for (std::size_t i = count; i-- > 0;)
-    {
-        loop.phase += turn;
-        loop.phase -= loop.frequency;
-        if (loop.gain > largest_gain || loop.gain < least_gain)
-            loop.gain = 1.0f;
-        loop.wrap();
-        const float angle = lib_dma_phy_common_t::wrap_to_pi(loop.phase + symbols[i].phase);
-        const polar_t decided = decide(symbols[i].amplitude, angle);
-        const float error = lib_dma_phy_common_t::wrap_to_pi(decided.phase - angle);
-        loop.frequency -= error * ki;
-        loop.phase += error * kp;
-        loop.update_gain(decided.amplitude, symbols[i].amplitude, gain_update, gain_memory);
-    }
-
-    info.phase_track.reserve(count);
-    info.gain_track.reserve(count);
-    info.frequency_track.reserve(count);
-    std::vector<std::uint8_t> locked(count);
-    std::array<float, lock_window> ring = {};
-    std::size_t ring_index = 0;
-    // Starts at 1, so that a low lock level asks for a full window of small errors first.
-    float sum = 1.0f;
-    const float locked_sum = lock_level * static_cast<float>(lock_window);
-    for (std::size_t i = 0; i < count; ++i)
-    {
-        loop.phase -= turn;
-        loop.phase += loop.frequency;
-        loop.wrap();
-        const float angle = lib_dma_phy_common_t::wrap_to_pi(loop.phase + symbols[i].phase);
-        const polar_t decided = decide(symbols[i].amplitude * loop.gain, angle);
-        const float error = lib_dma_phy_common_t::wrap_to_pi(decided.phase - angle);
-        loop.frequency += error * ki;
-        loop.phase += error * kp;
-        loop.update_gain(decided.amplitude, symbols[i].amplitude, gain_update, gain_memory);
-
-        info.phase_track.push_back(
-            static_cast<float>(2.0 * static_cast<double>(loop.wraps) * common_lib::pi + static_cast<double>(loop.phase)));
-        info.gain_track.push_back(loop.gain);
-        info.frequency_track.push_back(loop.frequency);
-        const float magnitude = std::abs(error);
-        sum = sum - ring[ring_index] + magnitude;
-        ring[ring_index] = magnitude;
-        ring_index = (ring_index + 1) % lock_window;
-        locked[i] = sum < locked_sum ? 1 : 0;
-    }
-
-    find_longest_run(locked, info.lock_start, info.lock_len);
+        points.push_back(point);
+    const qam_loop_setting_t loop = { phase,       frequency, static_cast<float>(_get_turn()), ki, kp, gain_memory,
+                                      gain_update, lock_level };
+    carrier_syn_info_t info = run_qam_loop(work.sync_symbol, judge_slicer_, points, loop);
     if (info.lock_start + info.lock_len < info.lock_start)
         DMA_LOG_ERROR("lib_dma_qam_demod_t::qam_carrier_coarse_syn lock len error!\n");
-    info.lock_ratio = static_cast<float>(info.lock_len) / static_cast<float>(count);
     return info;
 }
 
@@ -283,8 +138,8 @@ bool lib_dma_qam_demod_t::_fit_carrier(const float_array& phase_track, std::uint
         return false;
     }
     demod_stage::deal_phase_line(fit_coefficients, work.sync_symbol, phase_line);
-    residual_frequency =
-        demod_stage::cal_residual_frequency(phase_line, static_cast<double>(get_qam_turn(qam_format)), setting.symbol_rate);
+    const float turn = static_cast<float>(_get_turn());
+    residual_frequency = demod_stage::cal_residual_frequency(phase_line, static_cast<double>(turn), setting.symbol_rate);
     return true;
 }
 
@@ -343,8 +198,9 @@ bool lib_dma_qam_demod_t::qam_lock_phase_detect(float_array& phase_track, std::u
         return demod_stage::carrier_error_t{ common_lib::phase_of(complex_product(r, std::conj(d))),
                                              common_lib::amplitude_of(r - d) };
     };
-    demod_stage::carrier_track_t track = demod_stage::cal_carrier_track(
-        work.sync_symbol, static_cast<double>(get_qam_turn(qam_format)), lock_level, detect);
+    const float turn = static_cast<float>(_get_turn());
+    demod_stage::carrier_track_t track =
+        demod_stage::cal_carrier_track(work.sync_symbol, static_cast<double>(turn), lock_level, detect);
     locked_point = demod_stage::cal_locked_point(track);
     phase_track = std::move(track.phase);
     return track.locked;

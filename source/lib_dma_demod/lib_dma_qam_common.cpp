@@ -164,7 +164,6 @@ std::complex<float> lib_dma_qam_common_t::qam_judge_1024(std::complex<float> poi
 
 std::complex<float> lib_dma_qam_common_t::qam_judge_4096(std::complex<float> point, float scale)
 {
-    // The set at unit rms: 1 / sqrt(2730).
-    return slice_point(point, 0.019138755f, 64.0f, scale);
+    return slice_point(point, 0.019138975f, 64.0f, scale);
 }
 } // namespace vrim::dma_demod_lib

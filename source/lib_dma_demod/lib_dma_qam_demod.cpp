@@ -5,6 +5,7 @@
 #include "lib_dma_common/reference_constellation.h"
 #include "lib_dma_demod/stage/carrier_track.h"
 #include "lib_dma_demod/stage/demod_settings.h"
+#include "lib_dma_demod/stage/equalizer.h"
 #include "lib_dma_demod/stage/error_table.h"
 #include "lib_dma_demod/stage/meas_filter.h"
 #include "lib_dma_demod/stage/reference.h"
@@ -29,19 +30,18 @@ using common_lib::lib_test_t;
 namespace
 {
 constexpr float half_pi = 1.57079637f;
-constexpr std::uint32_t timing_block_symbols = 64;
 constexpr demod_stage::decode_words_t qam_decode_words = {
     "qam_decode_bit:data is too short!\n",
     "qam_decode_bit::rms_normalize Report: Data array has a too small rms0: ",
     "qam_decode_bit::rms_normalize Report: Data array has a too small rms2: ",
 };
 
-/// Fixed turn of a format, radians per symbol; 0 for the formats that stand still.
-double get_qam_turn(lib_dma_qam_modulation_type_t format)
+/// Symbols of one block of the clock estimate. Formats are told apart by their number, the turning ones among the dense ones.
+std::uint32_t get_timing_block_symbols(lib_dma_qam_modulation_type_t format)
 {
-    if (format == LIB_DMA_QAM_PI_16)
-        return common_lib::pi / 4.0;
-    return format == LIB_DMA_QAM_NEGATIVE_PI_32 ? -common_lib::pi / 4.0 : 0.0;
+    constexpr std::uint32_t plain_block = 64;
+    constexpr std::uint32_t dense_block = 80;
+    return format < LIB_DMA_QAM_512 ? plain_block : dense_block;
 }
 } // namespace
 
@@ -103,7 +103,7 @@ bool lib_dma_qam_demod_t::lib_dma_qam_demod_process(std::uint32_t segment_index,
 
     config.carrier_frequency_offset = 0.0;
     // The estimator would take a fixed turn per symbol for an offset; the carrier loop knows it.
-    if (get_qam_turn(qam_format) == 0.0)
+    if (_get_turn() == 0.0)
     {
         lib_dma_phy_frequency_correct_t frequency_correct;
         if (!frequency_correct.frequency_error_correct(*this, segment_index, work.symbol_data, config, psk_param))
@@ -138,7 +138,7 @@ bool lib_dma_qam_demod_t::lib_dma_qam_demod_process(std::uint32_t segment_index,
     DMA_LOG_INFO("Carrier Frequency Offset(Hz) = %.3f\n", config.carrier_frequency_offset);
 
     if (setting.equalizer)
-        DMA_LOG_ERROR("lib_dma_qam_demod_process: this version has no equalizer yet; the signal is measured without it.\n");
+        demod_stage::deal_equalizer(setting, work, config, data_manager);
     const bool decoded = qam_decode_bit(segment_index, data_manager);
     const bool rotated = deal_phase_rotation();
     if (!decoded || !rotated)
@@ -174,7 +174,7 @@ bool lib_dma_qam_demod_t::timing_recovery()
 {
     const std::int64_t start_time = lib_test_t::get_current_time();
     demod_stage::deal_symbol_timing(work.iq_data, work.timing_data, setting.timing_start, setting.sps, setting.pre_num,
-                                    setting.clock_adjust, timing_block_symbols);
+                                    setting.clock_adjust, get_timing_block_symbols(qam_format));
     common_log::print_trace_time("lib_dma_qam_demod_t timing_recovery time: ", start_time);
     return true;
 }
@@ -185,14 +185,14 @@ bool lib_dma_qam_demod_t::symbol_detect()
     const auto judge = [this](std::complex<float> symbol) { return judge_slicer_.decide_point(symbol); };
     demod_stage::deal_symbol_decision(work.timing_data, setting.sps, work.meas_data, work.decided_symbol, judge);
     // Decisions were taken in the standing frame; the transmit filter saw the turning one.
-    if (const double turn = get_qam_turn(qam_format); turn != 0.0)
+    if (const double turn = _get_turn(); turn != 0.0)
         demod_stage::deal_symbol_ramp(static_cast<float>(turn), work.decided_symbol);
     return true;
 }
 
 bool lib_dma_qam_demod_t::ref_data_generate(lib_dma_demod_config_mgr& config)
 {
-    return demod_stage::deal_reference(get_qam_turn(qam_format), setting, filter_, work, config);
+    return demod_stage::deal_reference(_get_turn(), setting, filter_, work, config);
 }
 
 bool lib_dma_qam_demod_t::qam_decode_bit(std::uint32_t segment_index, lib_dma_phy_data_manager_t& data_manager)
@@ -238,6 +238,13 @@ std::complex<float> lib_dma_qam_demod_t::qam_judge(lib_dma_qam_modulation_type_t
 {
     _update_judge_map(format);
     return judge_slicer_.decide_point(point);
+}
+
+double lib_dma_qam_demod_t::_get_turn() const
+{
+    if (qam_format == LIB_DMA_QAM_PI_16)
+        return common_lib::pi / 4.0;
+    return qam_format == LIB_DMA_QAM_NEGATIVE_PI_32 ? -common_lib::pi / 4.0 : 0.0;
 }
 
 void lib_dma_qam_demod_t::_update_judge_map(lib_dma_qam_modulation_type_t format)

@@ -100,6 +100,9 @@ public:
     constellation_map judge_map; ///< the format's points as `qam_judge` left them
 
 private:
+    /// Fixed turn of the format, radians per symbol; 0 for the formats that stand still. The carrier loop takes it in single
+    /// precision, the reference in double.
+    double _get_turn() const;
     /// Makes the map of a format unless it stands already.
     void _update_judge_map(lib_dma_qam_modulation_type_t format);
     /// The pass that held lock over the largest part of the symbols.

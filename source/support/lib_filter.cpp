@@ -15,8 +15,12 @@ constexpr std::uint64_t longest_filter = std::uint64_t(1) << 26;
 // Distance in symbols from a singular point below which the limit is used.
 constexpr double singular_distance = 1e-8;
 
+/// Exactly 0 at whole numbers: a symbol without amplitude then leaves none in its waveform, where the sine of a rounded multiple
+/// of pi would leave 1e-17, and a phase with it.
 double sinc(double t)
 {
+    if (t != 0.0 && t == std::round(t))
+        return 0.0;
     return std::abs(t) < singular_distance ? 1.0 : std::sin(pi * t) / (pi * t);
 }
 

@@ -8,6 +8,8 @@
 #include <cmath>
 #include <cstddef>
 #include <numeric>
+#include <utility>
+#include <vector>
 
 namespace vrim::common_lib
 {
@@ -15,6 +17,7 @@ namespace
 {
 constexpr std::uint64_t half_length = 24; // samples of the lower rate
 constexpr double kaiser_beta = 9.0;
+constexpr std::size_t block_outputs = 1024; // of one class, dealt with at once
 constexpr std::uint64_t largest_factor = std::uint64_t(1) << 20;
 
 /// Low pass at the common rate with the cutoff at half the lower rate; gain `up`, since each input sample stands for itself
@@ -53,6 +56,41 @@ void take_stream(const complex_array& in, std::ptrdiff_t begin, std::ptrdiff_t s
         stream[static_cast<std::size_t>(i)] = in[static_cast<std::size_t>(begin + i * step)];
     std::fill(stream.begin() + to, stream.end(), std::complex<float>(0.0f, 0.0f));
 }
+/// Taps that reach from every `down`-th input sample to every `up`-th output.
+struct stream_t
+{
+    std::size_t output;   ///< the first one
+    std::ptrdiff_t first; ///< oldest input sample that it sees; may lie before the input
+    bool is_first;        ///< of those that make up an output
+    float_array taps;
+};
+
+/// @param outputs  first outputs of the classes that there are
+std::vector<stream_t> make_streams(const float_array& taps, std::uint64_t up, std::uint64_t down, std::uint64_t phase,
+                                   std::uint64_t outputs)
+{
+    const std::ptrdiff_t half = static_cast<std::ptrdiff_t>(taps.size() / 2);
+    const std::ptrdiff_t signed_up = static_cast<std::ptrdiff_t>(up);
+    const std::ptrdiff_t signed_down = static_cast<std::ptrdiff_t>(down);
+    std::vector<stream_t> streams;
+    for (std::size_t k = 0; k < outputs; ++k)
+    {
+        const std::ptrdiff_t position = static_cast<std::ptrdiff_t>(k) * signed_down + static_cast<std::ptrdiff_t>(phase);
+        // Input samples s with 0 <= position + half - s * up < taps: the oldest one, and how many.
+        const std::ptrdiff_t newest = (position + half) / signed_up;
+        const std::ptrdiff_t reach = (position + half) % signed_up;
+        const std::ptrdiff_t members = (static_cast<std::ptrdiff_t>(taps.size()) - 1 - reach) / signed_up + 1;
+        const std::ptrdiff_t oldest = newest - members + 1;
+        for (std::ptrdiff_t residue = 0; residue < std::min(signed_down, members); ++residue)
+        {
+            stream_t stream = { k, oldest + residue, residue == 0, {} };
+            for (std::ptrdiff_t s = stream.first; s <= newest; s += signed_down)
+                stream.taps.push_back(taps[static_cast<std::size_t>(position + half - s * signed_up)]);
+            streams.push_back(std::move(stream));
+        }
+    }
+    return streams;
+}
 } // namespace
 
 bool lib_resampler_t::deal_polyphase_resampling(const complex_array& in, complex_array& out, std::uint64_t up, std::uint64_t down,
@@ -72,39 +110,30 @@ bool lib_resampler_t::deal_polyphase_resampling(const complex_array& in, complex
         return false;
     }
     const float_array taps = design_prototype(up, down);
-    const std::ptrdiff_t half = static_cast<std::ptrdiff_t>(taps.size() / 2);
     const std::size_t count = static_cast<std::size_t>((in.size() * up + down - 1) / down);
-    out.assign(count, { 0.0f, 0.0f });
+    out.resize(count);
 
     // Outputs k, k + up, k + 2 up, ... share their taps and stand `down` input samples apart. Split by input index modulo
-    // `down`, each class is a few plain correlations over adjacent samples.
-    const std::ptrdiff_t signed_up = static_cast<std::ptrdiff_t>(up);
-    const std::ptrdiff_t signed_down = static_cast<std::ptrdiff_t>(down);
-    complex_array stream;
-    complex_array part;
-    float_array stream_taps;
-    for (std::size_t k = 0; k < std::min<std::size_t>(count, static_cast<std::size_t>(up)); ++k)
+    // `down`, each class is a few plain correlations over adjacent samples. All classes of a block of outputs are dealt with
+    // before the next block, so that they meet in the nearest cache.
+    const std::vector<stream_t> streams = make_streams(taps, up, down, phase, std::min<std::uint64_t>(count, up));
+    complex_array samples;
+    complex_array part(block_outputs);
+    const std::size_t stride = static_cast<std::size_t>(up);
+    for (std::size_t begin = 0; begin * stride < count; begin += block_outputs)
     {
-        const std::size_t outputs = (count - k + static_cast<std::size_t>(up) - 1) / static_cast<std::size_t>(up);
-        const std::ptrdiff_t position = static_cast<std::ptrdiff_t>(k) * signed_down + static_cast<std::ptrdiff_t>(phase);
-        // Input samples s with 0 <= position + half - s * up < taps: the oldest one, and how many.
-        const std::ptrdiff_t newest = (position + half) / signed_up;
-        const std::ptrdiff_t reach = (position + half) % signed_up;
-        const std::ptrdiff_t members = (static_cast<std::ptrdiff_t>(taps.size()) - 1 - reach) / signed_up + 1;
-        const std::ptrdiff_t oldest = newest - members + 1;
-
-        for (std::ptrdiff_t residue = 0; residue < std::min(signed_down, members); ++residue)
+        for (const stream_t& stream : streams)
         {
-            const std::ptrdiff_t begin = oldest + residue;
-            stream_taps.clear();
-            for (std::ptrdiff_t s = begin; s <= newest; s += signed_down)
-                stream_taps.push_back(taps[static_cast<std::size_t>(position + half - s * signed_up)]);
-            stream.resize(outputs + stream_taps.size() - 1);
-            take_stream(in, begin, signed_down, stream);
-            part.resize(outputs);
-            correlate_real_taps(stream.data(), stream_taps.data(), stream_taps.size(), part.data(), outputs);
-            for (std::size_t i = 0; i < outputs; ++i)
-                out[k + i * static_cast<std::size_t>(up)] += part[i];
+            const std::size_t outputs = (count - stream.output + stride - 1) / stride;
+            if (outputs <= begin)
+                continue;
+            const std::size_t length = std::min(block_outputs, outputs - begin);
+            samples.resize(length + stream.taps.size() - 1);
+            take_stream(in, stream.first + static_cast<std::ptrdiff_t>(begin * down), static_cast<std::ptrdiff_t>(down), samples);
+            correlate_real_taps(samples.data(), stream.taps.data(), stream.taps.size(), part.data(), length);
+            std::complex<float>* place = out.data() + begin * stride + stream.output;
+            for (std::size_t i = 0; i < length; ++i)
+                place[i * stride] = (stream.is_first ? std::complex<float>(0.0f, 0.0f) : place[i * stride]) + part[i];
         }
     }
     return true;

@@ -34,11 +34,19 @@ std::complex<double> cal_output(const std::vector<std::complex<double>>& points,
     }
     return sum;
 }
+
+/// Symbols of one estimate: the dense QAM sets have longer ones, and with them the turning ones.
+std::int64_t get_block_symbols(signal_format_t format)
+{
+    const bool dense = get_signal_format(format).bits_per_symbol >= 9;
+    const bool turning_qam = format == signal_format_t::qam16_pi_4 || format == signal_format_t::qam32_minus_pi_4;
+    return dense || turning_qam ? 80 : 64;
+}
 } // namespace
 
 timing_prediction_t predict_timing(const signal_setting_t& setting, std::uint32_t sps, std::uint32_t interval)
 {
-    constexpr std::int64_t block_symbols = 64;
+    const std::int64_t block_symbols = get_block_symbols(setting.format);
     constexpr std::int64_t margin = 50;
     constexpr std::int64_t run_in = 90;
     constexpr double two_pi = 2.0 * std::numbers::pi;

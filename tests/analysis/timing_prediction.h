@@ -17,6 +17,6 @@ struct timing_prediction_t
 /// @param setting   a signal of root raised cosine pulses; only format, data, roll-off, timing and rates are read
 /// @param sps       samples per symbol at which the estimate is taken
 /// @param interval  symbols of the measurement, behind 90 symbols of run-in; the estimate leaves out 50 at either end of the
-///                  run-in and takes whole blocks of 64
+///                  run-in and takes whole blocks: of 64 symbols, and of 80 for the dense and the turning QAM formats
 timing_prediction_t predict_timing(const signal_setting_t& setting, std::uint32_t sps, std::uint32_t interval);
 } // namespace dma_test

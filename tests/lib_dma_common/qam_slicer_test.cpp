@@ -414,3 +414,65 @@ TEST(QamSlicer, WalksOverSetsWithoutAGrid)
     EXPECT_EQ(slicer.decide_number({ -1.0f, 1.0f }), 1u);
     EXPECT_EQ(slicer.decide_index({ -1.0f, -1.0f }), 2u);
 }
+
+TEST(QamSlicer, DecidesAlikeWithinTheClearanceOfACell)
+{
+    std::mt19937 generator(11);
+    for (const std::uint32_t points : all_sets)
+    {
+        const qam_set_t set(points);
+        EXPECT_NEAR(set.slicer.get_scale() * set.unit, 1.0, 1e-12);
+        std::uniform_real_distribution<double> place(-set.side - 1.5, set.side + 1.5);
+        std::uniform_real_distribution<double> angle(-3.2, 3.2);
+        int clear = 0;
+        for (int i = 0; i < 400; ++i)
+        {
+            const double x = place(generator);
+            const double y = place(generator);
+            const qam_slicer_t::cell_t cell = set.slicer.find_cell(x, y);
+            EXPECT_LE(cell.clearance, 1.0f);
+            if (!(cell.clearance > 0.0f))
+                continue;
+            ++clear;
+            for (const double share : { 0.0, 0.5, 1.0 })
+            {
+                const double direction = angle(generator);
+                const double step = share * static_cast<double>(cell.clearance);
+                const std::complex<float> value(static_cast<float>((x + step * std::cos(direction)) * set.unit),
+                                                static_cast<float>((y + step * std::sin(direction)) * set.unit));
+                EXPECT_EQ(set.slicer.decide_number(value), cell.key) << points << ", " << x << ", " << y;
+                EXPECT_EQ(set.walk<double>(value), cell.key) << points << ", " << x << ", " << y;
+            }
+        }
+        EXPECT_GT(clear, 200) << points; // the missing corners, the borders and what lies too far out are not
+    }
+}
+
+TEST(QamSlicer, TellsHowFarTheMiddleOfACellIsFromItsBorders)
+{
+    const qam_set_t set(16);
+    // Inner cells are two units wide; outer ones have no outer border, and more than a unit is not told.
+    EXPECT_NEAR(set.slicer.find_cell(1.0, 1.0).clearance, 1.0f, 1e-3f);
+    EXPECT_NEAR(set.slicer.find_cell(1.5, 1.0).clearance, 0.5f, 1e-3f);
+    EXPECT_NEAR(set.slicer.find_cell(1.0, 0.25).clearance, 0.25f, 1e-3f);
+    EXPECT_NEAR(set.slicer.find_cell(4.5, 3.5).clearance, 1.0f, 1e-3f);
+    EXPECT_NEAR(set.slicer.find_cell(4.5, 2.1).clearance, 0.1f, 1e-3f);
+}
+
+TEST(QamSlicer, ClearsNothingWhereTheGridDoesNotTell)
+{
+    const qam_set_t square(64);
+    const double far = static_cast<double>(square.side) + 1.1;
+    EXPECT_FALSE(square.slicer.find_cell(far, 0.5).clearance > 0.0f);
+    EXPECT_FALSE(square.slicer.find_cell(0.5, -far).clearance > 0.0f);
+    EXPECT_FALSE(square.slicer.find_cell(1e300, 0.5).clearance > 0.0f);
+    EXPECT_FALSE(square.slicer.find_cell(static_cast<double>(nan_value), 0.5).clearance > 0.0f);
+    EXPECT_FALSE(square.slicer.find_cell(0.5, static_cast<double>(nan_value)).clearance > 0.0f);
+    const qam_set_t cross(32);
+    EXPECT_FALSE(cross.slicer.find_cell(5.0, 5.0).clearance > 0.0f); // a missing corner
+    qam_slicer_t gridless;
+    EXPECT_EQ(gridless.get_scale(), 0.0);
+    EXPECT_FALSE(gridless.find_cell(0.0, 0.0).clearance > 0.0f);
+    gridless.load(3, { { 0, { 1.0f, 0.0f } }, { 1, { -1.0f, 0.0f } }, { 2, { 0.0f, 1.0f } } });
+    EXPECT_FALSE(gridless.find_cell(0.5, 0.0).clearance > 0.0f);
+}

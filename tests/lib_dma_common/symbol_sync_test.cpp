@@ -148,6 +148,31 @@ TEST(SymbolTiming, FindsRandomSymbolsThroughAPulseWithoutCrosstalk)
     }
 }
 
+TEST(SymbolTiming, OfAnInputThatStaysIsTheOtherLessItsDrop)
+{
+    trace_capture_t trace;
+    log_capture_t log;
+    for (const std::size_t length : { 0u, 3u, 7u, 8u, 20u, 511u, 512u, 700u, 5 * 512u })
+    {
+        for (const double tau : { 0.3, 2.5, 7.9 })
+        {
+            const complex_array record = make_alternation(length, tau, 8);
+            complex_array cut = record;
+            complex_array expected;
+            std::uint32_t expected_delay = 0;
+            make_plan(8, 64, 16).symbol_timing_recovery_old(cut, expected, expected_delay);
+            if (expected_delay < expected.size())
+                expected.erase(expected.begin(), expected.begin() + static_cast<std::ptrdiff_t>(expected_delay));
+            complex_array output;
+            std::uint32_t delay = 0;
+            const complex_array input = record;
+            make_plan(8, 64, 16).time_record(input, output, delay);
+            EXPECT_EQ(delay, expected_delay) << length << ", " << tau;
+            EXPECT_EQ(output, expected) << length << ", " << tau;
+        }
+    }
+}
+
 TEST(SymbolTiming, GivesAWholeSymbolForOffsetsFromZeroToOne)
 {
     trace_capture_t trace;

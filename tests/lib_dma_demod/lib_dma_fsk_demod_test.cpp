@@ -9,6 +9,7 @@
 #include <complex>
 #include <limits>
 #include <numbers>
+#include <random>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -226,6 +227,25 @@ TEST(FskCarrierSync, CountsTheOuterTonesOnly)
     EXPECT_EQ(tones.lower, (float_array{ -3.0f, -2.5f, 2.5f, 3.0f })); // no shorter than the other: the other joins it
     EXPECT_NEAR(tones.carrier, 0.0, 1e-3);
     EXPECT_NEAR(tones.deviation, 4000.0 * std::sqrt((9.0 + 6.25) / 2.0), 0.1);
+}
+
+TEST(FskCarrierSync, GivesEachToneInRisingOrder)
+{
+    std::mt19937 generator(77);
+    std::normal_distribution<float> spread(0.0f, 1e-3f);
+    float_array symbols;
+    for (int i = 0; i < 5001; ++i)
+        symbols.push_back((i % 2 == 0 ? 0.02f : -0.03f) + spread(generator));
+    symbols[7] = -0.03f - 1e-20f;
+    symbols[9] = symbols[11];
+    float_array expected = symbols;
+    std::sort(expected.begin(), expected.end());
+    const tones_t tones(make_tones(LIB_DMA_FSK_2, symbols, 2));
+    // 2,501 upper and 2,500 lower symbols: the latter come behind the former.
+    ASSERT_EQ(tones.upper.size(), 5001u);
+    EXPECT_TRUE(std::equal(expected.begin() + 2500, expected.end(), tones.upper.begin()));
+    EXPECT_TRUE(std::equal(expected.begin(), expected.begin() + 2500, tones.upper.begin() + 2501));
+    EXPECT_TRUE(std::equal(expected.begin(), expected.begin() + 2500, tones.lower.begin(), tones.lower.end()));
 }
 
 TEST(FskCarrierSync, LeavesOutWhatLiesOnAThreshold)

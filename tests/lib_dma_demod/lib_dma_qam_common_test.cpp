@@ -30,7 +30,7 @@ const slicer_t slicers[] = {
     { common_t::qam_judge_16, 4, 0.31622776f },    { common_t::qam_judge_32, 6, 0.2236068f },
     { common_t::qam_judge_64, 8, 0.15430336f },    { common_t::qam_judge_128, 12, 0.11043153f },
     { common_t::qam_judge_256, 16, 0.0766965f },   { common_t::qam_judge_512, 24, 0.05504819f },
-    { common_t::qam_judge_1024, 32, 0.03829198f }, { common_t::qam_judge_4096, 64, 0.019138755f },
+    { common_t::qam_judge_1024, 32, 0.03829198f }, { common_t::qam_judge_4096, 64, 0.019138975f },
 };
 
 /// Nearest odd multiple of the unit by walking over all of them.

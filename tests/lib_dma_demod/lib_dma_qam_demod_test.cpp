@@ -120,6 +120,28 @@ TEST(QamJudge, SaysEachTimeThatAFormatHasNoPoints)
     EXPECT_TRUE(is_near(demod.qam_judge(LIB_DMA_QAM_16, { 1.0f, 1.0f }), make_sixteen()[10]));
 }
 
+TEST(QamDemod, TakesLongerBlocksForTheClockFrom512PointsOn)
+{
+    // A record that is shorter than one block says so.
+    constexpr const char* too_short = "error: symbol_timing_recovery1: input data too less!\n";
+    for (std::uint32_t format = 0; format <= 10; ++format)
+    {
+        const std::size_t block = format <= 4 ? 64 : 80;
+        for (const std::size_t length : { block * 8 - 1, block * 8 })
+        {
+            const log_capture_t log;
+            const trace_capture_t trace;
+            lib_dma_qam_demod_t demod;
+            demod.qam_format = to_format(format);
+            demod.setting.sps = 8;
+            demod.setting.pre_num = 0;
+            demod.work.iq_data.assign(length, { 1.0f, 0.0f });
+            EXPECT_TRUE(demod.timing_recovery());
+            EXPECT_EQ(log.count(log_level_error, too_short), length < block * 8 ? 1 : 0) << format << ", " << length;
+        }
+    }
+}
+
 TEST(QamDemod, HasItsDefaults)
 {
     lib_dma_qam_demod_t demod;

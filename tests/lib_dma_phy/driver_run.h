@@ -29,8 +29,7 @@ inline constexpr const char* raised_text = "search_length(s)can not be less than
 inline constexpr const char* cut_text = "search_length + pre_num_max(point)can not more than raw data len(%u) !\n";
 inline constexpr const char* short_block_text = "warning!,dma_phy_process demod data less than pre_num.\n";
 inline constexpr const char* failed_text = "deal_demo_process demod fail!\n";
-inline constexpr const char* no_equalizer_text =
-    "lib_dma_psk_demod_process: this version has no equalizer yet; the signal is measured without it.\n";
+inline constexpr const char* equalizer_text = "lib_dma_phy_common_t::apply_equailizer.\n";
 
 struct segment_setting_t
 {

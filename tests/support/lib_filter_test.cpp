@@ -102,8 +102,8 @@ TEST(RaisedCosine, HasItsCentreTapItsSumAndItsZeros)
             EXPECT_NEAR(taps[centre], peak, 1e-7);
             for (std::uint32_t symbol = 1; symbol <= span / 2; ++symbol)
             {
-                EXPECT_NEAR(taps[centre + symbol * sps], 0.0, 1e-8);
-                EXPECT_NEAR(taps[centre - symbol * sps], 0.0, 1e-8);
+                EXPECT_EQ(taps[centre + symbol * sps], 0.0);
+                EXPECT_EQ(taps[centre - symbol * sps], 0.0);
             }
             // The tail that the span cuts off decays with the third power of time; without roll-off only with the first.
             EXPECT_NEAR(sum_of(taps) * peak, 1.0, alpha == 0.0 ? 2e-2 : 2e-4) << "alpha " << alpha << " sps " << sps;

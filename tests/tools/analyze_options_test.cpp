@@ -129,6 +129,7 @@ TEST(AnalyzeOptions, RefuseValuesThatTheConfigurationWouldClamp)
         { "--evm-ref", { "mean", "2" } },
         { "--clock-adjust", { "0.6", "-0.6" } },
         { "--iq-rotation", { "361", "-361" } },
+        { "--equalizer", { "yes", "2", "21" } },
         { "--sample-rate", { "0", "99", "1e13", "fast" } },
         { "--start", { "-1", "0.5" } },
         { "--count", { "0", "-3" } },
@@ -177,6 +178,35 @@ TEST(AnalyzeOptions, ReadSyncWordsInBothNotations)
     EXPECT_EQ(parse({ "--sync", "0110" }).sync_bits, "0110");
     EXPECT_EQ(parse({ "--sync", "0x1aC" }).sync_bits, "000110101100");
     expect_error({ "--sync-offset", "3" }, exit_usage, "--sync");
+}
+
+TEST(AnalyzeOptions, TurnTheEqualizerOnAndCheckItsValues)
+{
+    EXPECT_FALSE(parse({}).equalizer);
+    EXPECT_FALSE(parse({ "--equalizer", "off" }).equalizer);
+    const analyze_options_t plain = parse({ "--equalizer", "on" });
+    EXPECT_TRUE(plain.equalizer);
+    EXPECT_EQ(plain.equalizer_length, 21U);
+    EXPECT_EQ(plain.equalizer_step, 0.01);
+    const analyze_options_t told = parse({ "--equalizer", "on", "--equalizer-length", "99", "--equalizer-step", "1e-14" });
+    EXPECT_EQ(told.equalizer_length, 99U);
+    EXPECT_EQ(told.equalizer_step, 1.0e-14);
+    for (const char* length : { "1", "2", "20", "101", "21.5" })
+    {
+        expect_error({ "--equalizer", "on", "--equalizer-length", length }, exit_usage, "--equalizer-length");
+    }
+    for (const char* step : { "0", "1.01", "-0.1", "nan", "fast" })
+    {
+        expect_error({ "--equalizer", "on", std::string("--equalizer-step=") + step }, exit_usage, "--equalizer-step");
+    }
+    expect_error({ "--equalizer-step", "0.001" }, exit_usage, "--equalizer on");
+    expect_error({ "--equalizer", "off", "--equalizer-length", "11" }, exit_usage, "--equalizer on");
+    const lib_dma_frame_configure_manager_t frame = make_frame(told, 10000, 4000000);
+    const lib_dma_advance_configure_manager_t& advance = frame.get_segment(0).get_advance_configure();
+    EXPECT_TRUE(advance.get_equalizer());
+    EXPECT_EQ(advance.get_equalizer_filter_len(), 99U);
+    EXPECT_EQ(advance.get_equalizer_coef(), 1.0e-14);
+    EXPECT_FALSE(make_frame(parse({}), 10000, 4000000).get_segment(0).get_advance_configure().get_equalizer());
 }
 
 TEST(AnalyzeOptions, KeepTracesForJson)

@@ -190,6 +190,55 @@ TEST(CommandLineAnalysis, TracesComeOnRequest)
     EXPECT_TRUE(segment["config"].contains("equalizer_filter"));
 }
 
+TEST(CommandLineAnalysis, ReportsWhatTheEqualizerCameTo)
+{
+    const scratch_folder_t folder;
+    const std::string stem = write_capture(folder, make_setting());
+    const std::vector<std::string> words = with_signal(stem, { "--interval", "400", "--equalizer", "on", "--equalizer-length",
+                                                               "11", "--points-per-symbol", "2" });
+    const nlohmann::json report = analyze_json(words);
+    EXPECT_EQ(report["settings"]["equalizer"], true);
+    EXPECT_EQ(report["settings"]["equalizer_filter_len"], 11);
+    EXPECT_EQ(report["settings"]["equalizer_coef"], 0.01);
+    const nlohmann::json& segment = report["segments"][0];
+    EXPECT_EQ(segment["config"]["equalizer_loop_number"], 11);
+    const nlohmann::json& taps = segment["config"]["equalizer_filter"];
+    ASSERT_EQ(taps.size(), 21U);
+    ASSERT_EQ(segment["eq_impulse_i"].size(), 21U);
+    ASSERT_EQ(segment["eq_impulse_q"].size(), 21U);
+    EXPECT_EQ(segment["eq_frequency_response"].size(), 256U);
+    for (std::size_t j = 0; j < taps.size(); ++j)
+    {
+        EXPECT_EQ(segment["eq_impulse_i"][j].get<double>(), taps[j][0].get<double>());
+        EXPECT_EQ(segment["eq_impulse_q"][j].get<double>(), -taps[j][1].get<double>());
+    }
+    EXPECT_LT(segment["error_summary"]["evm_rms"].get<double>(), 3.5);
+    EXPECT_EQ(segment["decode_bit"].size(), 400U);
+
+    const tool_result_t table = run_analyze(words);
+    EXPECT_NE(table.output.find("Equalizer           11 symbols, 21 taps, step 0.01, 11 passes\n"), std::string::npos)
+        << table.output;
+    const nlohmann::json plain = analyze_json(with_signal(stem));
+    EXPECT_EQ(plain["settings"]["equalizer"], false);
+    EXPECT_FALSE(plain["segments"][0].contains("eq_impulse_i"));
+    EXPECT_FALSE(plain["segments"][0]["config"].contains("equalizer_filter"));
+}
+
+TEST(CommandLineAnalysis, WarnsOfAnEqualizerThatMayDiverge)
+{
+    const scratch_folder_t folder;
+    const std::string stem = write_capture(folder, make_setting());
+    const tool_result_t result =
+        run_analyze(with_signal(stem, { "--interval", "200", "--equalizer", "on", "--points-per-symbol", "10" }));
+    EXPECT_NE(result.errors.find("the equalizer of 201 taps may diverge with a step of 0.01; give --equalizer-step 0.002"),
+              std::string::npos)
+        << result.errors;
+    const tool_result_t smaller = run_analyze(with_signal(
+        stem, { "--interval", "200", "--equalizer", "on", "--points-per-symbol", "10", "--equalizer-step", "0.002" }));
+    EXPECT_EQ(smaller.status, 0) << smaller.errors;
+    EXPECT_EQ(smaller.errors.find("may diverge"), std::string::npos) << smaller.errors;
+}
+
 TEST(CommandLineAnalysis, VerboseKeepsStandardOutputClean)
 {
     const scratch_folder_t folder;

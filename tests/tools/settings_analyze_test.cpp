@@ -186,7 +186,8 @@ TEST(SettingsAnalyze, AFileOfTheOptionsGivesTheSameReportAsTheOptions)
     const scratch_folder_t folder;
     for (const char* more :
          { "", "--evm-ref rms --points-per-symbol 8", "--filter-length 32 --offset 7", "--beta 0.8 --iq-rotation 45",
-           "--search-length 0.0009 --clock-adjust 0.1 --bandwidth 2e6", "--offset -1 --ref-filter rrc" })
+           "--search-length 0.0009 --clock-adjust 0.1 --bandwidth 2e6", "--offset -1 --ref-filter rrc",
+           "--equalizer on --equalizer-length 11 --equalizer-step 0.002" })
     {
         const std::string words = signal_words + more;
         const std::string path = write_settings(folder, words + " --sample-rate 4e6");

@@ -3,6 +3,8 @@
 
 #include <cmath>
 #include <cstdio>
+#include <dpsk_accuracy.h>
+#include <fsk_accuracy.h>
 #include <linear_accuracy.h>
 #include <psk_accuracy.h>
 #include <string>
@@ -102,6 +104,14 @@ int main()
         dma_test::measure_linear_sync_search(),
         dma_test::measure_dpsk_sync_search(),
         dma_test::measure_dpsk_steps(),
+        dma_test::measure_dpsk_clean_runs(),
+        dma_test::measure_dpsk_noisy_runs(),
+        dma_test::measure_fsk_clean_runs(),
+        dma_test::measure_fsk_clean_spread(),
+        dma_test::measure_fsk_noisy_runs(),
+        dma_test::measure_fsk_gaussian_runs(),
+        dma_test::measure_fsk_gaussian_spread(),
+        dma_test::measure_fsk_carrier(),
     };
     for (const dma_test::accuracy_section_t& section : sections)
     {

@@ -130,6 +130,19 @@ void note_rates(const analyze_options_t& options, double sample_rate, std::uint6
                     advise_rates(options, kept, rate)));
 }
 
+/// The measured signal has about unit power, so the adaptation is unstable where step and taps make 2. Half of that leaves room
+/// for stretches of loud symbols.
+void note_equalizer(const analyze_options_t& options, std::vector<std::string>& notes)
+{
+    const double taps = (options.equalizer_length - 1.0) * options.points_per_symbol + 1.0;
+    if (options.equalizer && options.equalizer_step * taps >= 1.0)
+    {
+        notes.push_back(fmt::format("the equalizer of {} taps may diverge with a step of {}; give --equalizer-step {:.1g} or fewer "
+                                    "--points-per-symbol",
+                                    taps, options.equalizer_step, 0.5 / taps));
+    }
+}
+
 void check_length(const analyze_options_t& options, const lib_dma_frame_configure_manager_t& frame, std::uint64_t sample_count,
                   std::uint64_t kept)
 {
@@ -317,6 +330,9 @@ lib_dma_frame_configure_manager_t make_frame(const analyze_options_t& options, s
     advance.set_evm_normalization_ref(options.evm_ref);
     advance.set_clock_adjust(options.clock_adjust);
     advance.set_iq_rotation(options.iq_rotation);
+    advance.set_equalizer(options.equalizer);
+    advance.set_equalizer_filter_len(options.equalizer_length);
+    advance.set_equalizer_coef(options.equalizer_step);
 
     // Nine tenths: all of what a receiver's filters leave, and as much as the carrier power can be summed over.
     const std::uint64_t usable = std::max<std::uint64_t>(1U, kept_sample_rate * 9U / 10U);
@@ -376,6 +392,7 @@ analysis_t run_analysis(const analyze_options_t& options, const line_sink_t& not
     const double sample_rate = analysis.capture.sample_rate;
     const std::uint64_t kept = analysis.rate.sample_rate;
     note_rates(options, sample_rate, kept, analysis.rate, analysis.notes);
+    note_equalizer(options, analysis.notes);
 
     analysis.frame = make_frame(options, analysis.sample_count, kept);
     if (options.bandwidth_of_file && analysis.frame.get_bandwidth() != options.bandwidth)

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 namespace dmatool
 {
@@ -69,6 +70,42 @@ lib_dma_evm_normalize_type_t parse_evm_ref(const std::string& text)
     return LIB_DMA_EVM_NORMALIZE_CONSTELLATION_MAX;
 }
 
+bool parse_switch(const char* option, const std::string& text)
+{
+    if (text == "on" || text == "true" || text == "1")
+    {
+        return true;
+    }
+    if (text != "off" && text != "false" && text != "0")
+    {
+        fail_value(option, text, "on or off");
+    }
+    return false;
+}
+
+void parse_equalizer(const analyze_arguments_t& arguments, analyze_options_t& options)
+{
+    if (arguments.equalizer)
+    {
+        options.equalizer = parse_switch("--equalizer", *arguments.equalizer);
+    }
+    for (const auto& [option, text] : { std::pair("--equalizer-length", &arguments.equalizer_length),
+                                        std::pair("--equalizer-step", &arguments.equalizer_step) })
+    {
+        if (*text && !options.equalizer)
+        {
+            throw tool_error_t(exit_usage,
+                               fmt::format("{} is of no use while the equalizer is off; give --equalizer on too", option));
+        }
+    }
+    take_whole("--equalizer-length", arguments.equalizer_length, { 3.0, 99.0, " symbols" }, options.equalizer_length);
+    if (options.equalizer_length % 2 == 0)
+    {
+        fail_value("--equalizer-length", *arguments.equalizer_length, "an odd number, 3 to 99 symbols");
+    }
+    take_real("--equalizer-step", arguments.equalizer_step, { 1.0e-14, 1.0, "" }, options.equalizer_step);
+}
+
 void add_words(CLI::App& command, const char* name, std::optional<std::string>& value, const char* text, const char* group)
 {
     command.add_option(name, value, text)->type_name("")->group(group);
@@ -107,6 +144,11 @@ void add_signal_options(CLI::App& command, analyze_arguments_t& arguments)
     add("--evm-ref", arguments.evm_ref, "what EVM is percent of: rms or max of the constellation [max]", measurement);
     add("--clock-adjust", arguments.clock_adjust, "symbols, -0.5 to 0.5 [0]", measurement);
     add("--iq-rotation", arguments.iq_rotation, "degrees, -360 to 360 [0]", measurement);
+
+    const char* const equalizer = "Equalizer";
+    add("--equalizer", arguments.equalizer, "on or off [off]", equalizer);
+    add("--equalizer-length", arguments.equalizer_length, "symbols, odd, 3 to 99 [21]", equalizer);
+    add("--equalizer-step", arguments.equalizer_step, "of the adaptation, 1e-14 to 1 [0.01]; stable below 2 / taps", equalizer);
 }
 
 void add_analyze_options(CLI::App& command, analyze_arguments_t& arguments)
@@ -206,6 +248,7 @@ void parse_signal_options(const analyze_arguments_t& arguments, analyze_options_
     }
     take_real("--clock-adjust", arguments.clock_adjust, { -0.5, 0.5, " symbols" }, options.clock_adjust);
     take_real("--iq-rotation", arguments.iq_rotation, { -360.0, 360.0, " degrees" }, options.iq_rotation);
+    parse_equalizer(arguments, options);
 }
 
 analyze_options_t parse_analyze_options(const analyze_arguments_t& arguments)

@@ -24,6 +24,7 @@ struct analyze_arguments_t
     std::optional<std::string> interval, offset, search_length, bandwidth;
     std::optional<std::string> sync, sync_offset;
     std::optional<std::string> evm_ref, clock_adjust, iq_rotation;
+    std::optional<std::string> equalizer, equalizer_length, equalizer_step;
     std::optional<std::string> settings; ///< file that says what no option says
     bool allow_large = false;
     bool resample = false;
@@ -55,7 +56,10 @@ struct analyze_options_t
     vrim::dma_demod_lib::lib_dma_evm_normalize_type_t evm_ref = vrim::dma_demod_lib::LIB_DMA_EVM_NORMALIZE_CONSTELLATION_MAX;
     float clock_adjust = 0.0f; ///< symbols
     float iq_rotation = 0.0f;  ///< degrees
-    bool align_iq = false;     ///< results of OQPSK at whole symbols
+    bool equalizer = false;
+    std::uint32_t equalizer_length = 21; ///< symbols, odd
+    double equalizer_step = 0.01;
+    bool align_iq = false; ///< results of OQPSK at whole symbols
     bool json = false;
     bool traces = false;
     bool verbose = false;

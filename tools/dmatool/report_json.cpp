@@ -73,6 +73,17 @@ json_t make_err_table(const err_table_t& table)
     return out;
 }
 
+/// Values that the store keeps as real parts.
+json_t to_real_parts(const vrim::complex_array& values)
+{
+    json_t list = json_t::array();
+    for (const std::complex<float>& value : values)
+    {
+        list.push_back(to_number(value.real()));
+    }
+    return list;
+}
+
 json_t make_config(const lib_dma_demod_config_mgr& config, bool traces)
 {
     json_t out;
@@ -96,7 +107,7 @@ json_t make_config(const lib_dma_demod_config_mgr& config, bool traces)
     out["result_stop"] = config.result_stop;
     out["carrier_frequency_offset"] = to_number(config.carrier_frequency_offset);
     out["equalizer_loop_number"] = config.equalizer_loop_number;
-    if (traces)
+    if (traces || config.equalizer_filter.size() > 1)
     {
         out["equalizer_filter"] = to_points(config.equalizer_filter);
     }
@@ -146,6 +157,8 @@ json_t make_settings(const analysis_t& analysis)
     out["clock_adjust"] = to_number(advance.get_clock_adjust());
     out["iq_rotation"] = to_number(advance.get_iq_rotation());
     out["equalizer"] = advance.get_equalizer();
+    out["equalizer_filter_len"] = advance.get_equalizer_filter_len();
+    out["equalizer_coef"] = to_number(advance.get_equalizer_coef());
     return out;
 }
 } // namespace
@@ -173,6 +186,12 @@ std::string make_json_report(const analysis_t& analysis, bool traces)
     segment["sync_search_flag"] = store.get_sync_search_flag(0);
     segment["brust_search_flag"] = store.get_brust_search_flag(0);
     segment["config"] = make_config(store.get_dma_demod_config_mgr(0), traces);
+    if (analysis.frame.get_segment(0).get_advance_configure().get_equalizer())
+    {
+        segment["eq_impulse_i"] = to_real_parts(store.get_eq_impulse_i());
+        segment["eq_impulse_q"] = to_real_parts(store.get_eq_impulse_q());
+        segment["eq_frequency_response"] = to_points(store.get_eq_frequency_response());
+    }
     if (traces)
     {
         segment["iq_raw_time"] = to_points(store.get_iq_raw_time(0));

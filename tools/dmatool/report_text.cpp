@@ -77,7 +77,10 @@ std::string make_text_report(const analysis_t& analysis)
                                             get_short_number(filter.get_filter_beta()), filter.get_filter_length()));
     const std::int32_t offset = time.get_meas_offset();
     // Half of the run-in is used up in front of the interval; the symbol clock decides which symbol is the first.
-    const std::uint64_t run_in = store.get_dma_demod_config_mgr(0).head_len / analysis.rate.working_samples_per_symbol;
+    const lib_dma_demod_config_mgr& config = store.get_dma_demod_config_mgr(0);
+    const lib_dma_advance_configure_manager_t& advance = segment.get_advance_configure();
+    const std::uint64_t run_in = config.head_len / analysis.rate.working_samples_per_symbol +
+                                 (advance.get_equalizer() ? config.equalizer_head_len : 0);
     text +=
         make_row("Interval",
                  fmt::format("{} symbols, {} about {} symbols of run-in, {} points per symbol", time.get_meas_interval(),
@@ -88,7 +91,13 @@ std::string make_text_report(const analysis_t& analysis)
         text += make_row("Sync word", fmt::format("{}, {}", analysis.frame.get_sync_pattern_bit(),
                                                   store.get_sync_search_flag(0) ? "found" : "not found"));
     }
-    const bool rms_flag = segment.get_advance_configure().get_evm_normalization_ref() == LIB_DMA_EVM_NORMALIZE_RMS;
+    if (advance.get_equalizer())
+    {
+        text += make_row("Equalizer", fmt::format("{} symbols, {} taps, step {}, {} passes", advance.get_equalizer_filter_len(),
+                                                  config.equalizer_filter.size(), get_short_number(advance.get_equalizer_coef()),
+                                                  config.equalizer_loop_number));
+    }
+    const bool rms_flag = advance.get_evm_normalization_ref() == LIB_DMA_EVM_NORMALIZE_RMS;
     text += make_row("Percent of", rms_flag ? "the rms of the reference symbols" : "the largest reference symbol");
     text += "\n";
     text +=

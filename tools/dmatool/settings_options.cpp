@@ -27,7 +27,7 @@ constexpr std::size_t most_sync_bits = 4096;
 constexpr std::size_t most_change_notes = 10;
 
 /// Elements that the report tells, or that an analysis does not look at.
-constexpr std::array<std::string_view, 42> told_elements = { "segment_number",
+constexpr std::array<std::string_view, 45> told_elements = { "segment_number",
                                                              "frame_current_segment_index",
                                                              "search_length",
                                                              "sync_offset",
@@ -64,6 +64,9 @@ constexpr std::array<std::string_view, 42> told_elements = { "segment_number",
                                                              "const_iq_map_data",
                                                              "const_iq_map_data_symbol",
                                                              "iq_rotation",
+                                                             "equalizer",
+                                                             "equalizer_filter_len",
+                                                             "equalizer_coef",
                                                              "clock_adjust",
                                                              "evm_normalization_ref",
                                                              "total_bits_len",
@@ -96,6 +99,9 @@ std::vector<option_element_t> get_option_elements(const analyze_arguments_t& arg
         { "--evm-ref", &arguments.evm_ref, "evm_normalization_ref" },
         { "--clock-adjust", &arguments.clock_adjust, "clock_adjust" },
         { "--iq-rotation", &arguments.iq_rotation, "iq_rotation" },
+        { "--equalizer", &arguments.equalizer, "equalizer" },
+        { "--equalizer-length", &arguments.equalizer_length, "equalizer_filter_len" },
+        { "--equalizer-step", &arguments.equalizer_step, "equalizer_coef" },
     };
 }
 
@@ -232,6 +238,9 @@ void take_values(const std::string& path, const analyze_arguments_t& arguments, 
     options.evm_ref = advance.get_evm_normalization_ref();
     options.clock_adjust = advance.get_clock_adjust();
     options.iq_rotation = advance.get_iq_rotation();
+    options.equalizer = advance.get_equalizer();
+    options.equalizer_length = advance.get_equalizer_filter_len();
+    options.equalizer_step = advance.get_equalizer_coef();
     if (frame.get_sync_search() && !arguments.sync)
     {
         options.sync_bits = make_sync_bits(path, frame);

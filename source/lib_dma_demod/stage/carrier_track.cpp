@@ -1,6 +1,7 @@
 #include "lib_dma_demod/stage/carrier_track.h"
 
 #include "lib_dma_common/lib_dma_phy_common.h"
+#include "support/internal/phasor_kernel.h"
 #include "support/lib_common_math.h"
 #include "support/lib_common_polyfit.h"
 #include "support/lib_normalization.h"
@@ -9,6 +10,14 @@
 
 namespace vrim::dma_demod_lib::demod_stage
 {
+namespace
+{
+bool is_reducible(float angle)
+{
+    return std::abs(static_cast<double>(angle)) <= common_lib::largest_reduced_angle;
+}
+} // namespace
+
 void deal_carrier_symbols(const complex_array& timing_data, std::uint32_t pre_num, std::uint32_t sps, complex_array& symbols)
 {
     lib_dma_phy_common_t::take_inner_symbols(timing_data, pre_num, sps, symbols);
@@ -42,11 +51,16 @@ void deal_phase_line(const float_array& fit, complex_array& symbols, float_array
 {
     phase_line.resize(symbols.size());
     for (std::size_t i = 0; i < symbols.size(); ++i)
+        phase_line[i] = static_cast<float>(i) * fit.at(0) + fit.at(1);
+    if (symbols.empty())
+        return;
+    if (is_reducible(phase_line.front()) && is_reducible(phase_line.back()))
     {
-        const float phase = static_cast<float>(i) * fit.at(0) + fit.at(1);
-        phase_line[i] = phase;
-        symbols[i] = common_lib::complex_product(symbols[i], common_lib::unit_phasor(-phase));
+        common_lib::turn_back_reduced(phase_line.data(), symbols.size(), symbols.data());
+        return;
     }
+    for (std::size_t i = 0; i < symbols.size(); ++i)
+        symbols[i] = common_lib::complex_product(symbols[i], common_lib::unit_phasor(-phase_line[i]));
 }
 
 double cal_residual_frequency(const float_array& phase_line, double step, std::uint64_t symbol_rate)

@@ -2,6 +2,7 @@
 
 #include "lib_dma_common/lib_dma_phy_common.h"
 #include "lib_dma_common/lib_resample.h"
+#include "lib_dma_common/sample_line.h"
 #include "lib_dma_demod/stage/meas_filter.h"
 #include "support/internal/complex_ops.h"
 #include "support/internal/fir_kernel.h"
@@ -38,22 +39,30 @@ void generate_pulse_train(const complex_array& taps, const complex_array& symbol
     for (std::size_t i = 0; i < symbols.size(); ++i)
         padded[reach - 1 + i] = gain * symbols[i];
 
-    float_array phase_taps;
-    complex_array part;
-    for (std::size_t i = 0; i < std::min(ratio, count); ++i)
+    // Block by block, so that the phases meet in the nearest cache and not in memory.
+    constexpr std::size_t block_symbols = 512;
+    float_array phase_taps(ratio * reach, 0.0f);
+    for (std::size_t i = 0; i < ratio; ++i)
     {
-        const std::size_t first = delay + i; // place in the whole convolution
-        const std::size_t phase = first % ratio;
-        phase_taps.clear();
         for (std::size_t k = 0; k < reach; ++k)
         {
-            const std::size_t tap = phase + (reach - 1 - k) * ratio;
-            phase_taps.push_back(tap < taps.size() ? taps[tap].real() : 0.0f);
+            const std::size_t tap = (delay + i) % ratio + (reach - 1 - k) * ratio;
+            phase_taps[i * reach + k] = tap < taps.size() ? taps[tap].real() : 0.0f;
         }
-        part.resize((count - i + ratio - 1) / ratio);
-        common_lib::correlate_real_taps(padded.data() + first / ratio, phase_taps.data(), reach, part.data(), part.size());
-        for (std::size_t k = 0; k < part.size(); ++k)
-            ref[i + k * ratio] = part[k];
+    }
+    complex_array part(block_symbols);
+    for (std::size_t begin = 0; begin < symbols.size(); begin += block_symbols)
+    {
+        for (std::size_t i = 0; i < ratio; ++i)
+        {
+            const std::size_t outputs = count > i ? (count - i + ratio - 1) / ratio : 0;
+            const std::size_t length = outputs > begin ? std::min(block_symbols, outputs - begin) : 0;
+            const std::size_t first = (delay + i) / ratio + begin; // the first place in the whole convolution, in symbols
+            common_lib::correlate_real_taps(padded.data() + first, phase_taps.data() + i * reach, reach, part.data(), length);
+            std::complex<float>* out = ref.data() + begin * ratio + i;
+            for (std::size_t k = 0; k < length; ++k)
+                out[k * ratio] = part[k];
+        }
     }
 }
 
@@ -73,6 +82,34 @@ void generate_held_pulses(const complex_array& taps, const complex_array& symbol
     lib_dma_phy_common_t::downsample(doubled, 2.0f, ref);
     drop_first(ref, delay);
     ref.resize(std::min(count, ref.size()));
+}
+/// Gain that brings the measurement to the reference's rms. @return false when the measurement has no signal
+bool cal_level_gain(const complex_array& ref, const complex_array& meas, float& gain)
+{
+    const float wanted = lib_common_math_t::get_complex_array_rms(ref);
+    const float present = lib_common_math_t::get_complex_array_rms(meas);
+    if (!(present >= no_signal))
+        return false;
+    gain = wanted / present;
+    return true;
+}
+
+void scale_finite(float gain, complex_array& data)
+{
+    for (std::complex<float>& sample : data)
+        sample = common_lib::finite_or_zero(sample) * gain;
+}
+
+/// Samples that the filter's run-in is cut by; one symbol of it stays.
+std::size_t cal_head_cut(std::uint32_t head_len, std::uint32_t sps)
+{
+    return head_len < sps ? head_len : head_len - sps;
+}
+
+/// Working samples for one of the results.
+std::uint32_t cal_result_ratio(std::uint32_t sps, std::uint32_t points_per_symbol)
+{
+    return points_per_symbol == 0 ? sps : sps / points_per_symbol;
 }
 } // namespace
 
@@ -164,20 +201,17 @@ void deal_sample_ramp(double step, std::uint32_t sps, complex_array& ref)
 
 bool deal_level_match(const complex_array& ref, complex_array& meas)
 {
-    const float wanted = lib_common_math_t::get_complex_array_rms(ref);
-    const float present = lib_common_math_t::get_complex_array_rms(meas);
-    if (!(present >= no_signal))
+    float gain = 0.0f;
+    if (!cal_level_gain(ref, meas, gain))
         return false;
-    const float gain = wanted / present;
-    for (std::complex<float>& sample : meas)
-        sample = common_lib::finite_or_zero(sample) * gain;
+    scale_finite(gain, meas);
     return true;
 }
 
 void deal_head_cut(std::uint32_t head_len, std::uint32_t sps, complex_array& meas, complex_array& ref)
 {
     meas.resize(std::min(meas.size(), ref.size()));
-    const std::size_t head = head_len < sps ? head_len : head_len - sps;
+    const std::size_t head = cal_head_cut(head_len, sps);
     const auto drop = [head](complex_array& data)
     { data.erase(data.begin(), data.begin() + static_cast<std::ptrdiff_t>(std::min(head, data.size()))); };
     drop(meas);
@@ -186,8 +220,7 @@ void deal_head_cut(std::uint32_t head_len, std::uint32_t sps, complex_array& mea
 
 void deal_result_rate(std::uint32_t sps, std::uint32_t points_per_symbol, complex_array& data)
 {
-    const std::uint32_t ratio = points_per_symbol == 0 ? sps : sps / points_per_symbol;
-    lib_dma_phy_common_t::downsample(data, static_cast<float>(ratio), data);
+    lib_dma_phy_common_t::downsample(data, static_cast<float>(cal_result_ratio(sps, points_per_symbol)), data);
 }
 
 void take_result_symbols(const complex_array& data, std::uint32_t points_per_symbol, std::uint32_t tail_symbols,
@@ -200,6 +233,52 @@ void take_result_symbols(const complex_array& data, std::uint32_t points_per_sym
         symbols.push_back(data[i]);
 }
 
+namespace
+{
+/// Drops the first `head` samples and keeps every `ratio`-th of the others.
+void pick_result_samples(std::size_t head, std::uint32_t ratio, complex_array& data)
+{
+    constexpr std::size_t exact_in_single = std::size_t(1) << 24; // positions of longer waveforms are rounded
+    if (head < data.size() && data.size() <= exact_in_single && ratio != 0)
+    {
+        lib_dma_phy_common_t::downsample1(data, static_cast<float>(ratio), static_cast<std::uint32_t>(head), data);
+        return;
+    }
+    data.erase(data.begin(), data.begin() + static_cast<std::ptrdiff_t>(std::min(head, data.size())));
+    lib_dma_phy_common_t::downsample(data, static_cast<float>(ratio), data);
+}
+
+/// Level, phase and length of the measurement to those of the reference, and both to the result rate. What the result rate
+/// leaves out is neither scaled nor turned.
+/// @return false when the measurement has no signal
+bool align_waveforms(const demod_setting_t& setting, complex_array& meas, complex_array& ref, lib_dma_demod_config_mgr& config)
+{
+    float gain = 0.0f;
+    if (!cal_level_gain(ref, meas, gain))
+        return false;
+    complex_array meas_symbols;
+    complex_array ref_symbols;
+    lib_dma_phy_common_t::take_inner_symbols(meas, setting.pre_num, setting.sps, meas_symbols);
+    lib_dma_phy_common_t::take_inner_symbols(ref, setting.pre_num, setting.sps, ref_symbols);
+    scale_finite(gain, meas_symbols);
+    float_array fit;
+    double fine_frequency = 0.0;
+    const bool fitted = fit_fine_phase(setting.format_group, meas_symbols, ref_symbols, setting.symbol_rate, fit, fine_frequency);
+    config.carrier_frequency_offset += fine_frequency;
+
+    const std::size_t head = cal_head_cut(setting.head_len, setting.sps);
+    const std::uint32_t ratio = cal_result_ratio(setting.sps, setting.points_per_symbol);
+    meas.resize(std::min(meas.size(), ref.size()));
+    pick_result_samples(head, ratio, meas);
+    pick_result_samples(head, ratio, ref);
+    scale_finite(gain, meas);
+    if (fitted)
+        turn_back({ fit[0], fit[1], static_cast<double>(setting.sps), static_cast<double>(setting.pre_num) }, head,
+                  std::max(ratio, 1u), meas);
+    return true;
+}
+} // namespace
+
 bool deal_reference(double step, demod_setting_t& setting, common_lib::lib_filter_t& filter, demod_work_t& work,
                     lib_dma_demod_config_mgr& config)
 {
@@ -209,29 +288,20 @@ bool deal_reference(double step, demod_setting_t& setting, common_lib::lib_filte
     complex_array taps;
     const std::uint32_t delay = cal_reference_delay(setting.ref_filter_type, setting.filter_length, setting.sps);
     // Without taps the reference goes on unfiltered.
-    if (!generate_pulse_taps(setting.ref_filter_type, setting.filter_length, setting.filter_alpha, setting.sps,
-                                          filter, taps))
+    if (!generate_pulse_taps(setting.ref_filter_type, setting.filter_length, setting.filter_alpha, setting.sps, filter, taps))
         taps.clear();
     generate_reference_waveform(setting.ref_filter_type, taps, work.decided_symbol, setting.sps, delay, ref);
     // The measurement lost its turn by a continuous line, so the reference loses it continuously too.
     if (step != 0.0)
         deal_sample_ramp(step, setting.sps, ref);
 
-    if (!deal_level_match(ref, work.meas_data))
+    if (!align_waveforms(setting, work.meas_data, ref, config))
     {
         common_log::print_trace_line(fmt::format("ref_data_generate::rms_normalize Report: Data array has a too small rms: {}",
                                                  lib_common_math_t::get_complex_array_rms(work.meas_data)));
         return false;
     }
-    double fine_frequency = 0.0;
-    lib_dma_phy_common_t::deal_fine_phase_fit(setting.format_group, work.meas_data, ref, fine_frequency, setting.symbol_rate,
-                                              setting.pre_num, setting.sps);
-    config.carrier_frequency_offset += fine_frequency;
-
-    deal_head_cut(setting.head_len, setting.sps, work.meas_data, ref);
     setting.meas_interval *= setting.points_per_symbol;
-    deal_result_rate(setting.sps, setting.points_per_symbol, work.meas_data);
-    deal_result_rate(setting.sps, setting.points_per_symbol, work.ref_data);
     const std::uint32_t tail_symbols = setting.head_len / setting.sps;
     take_result_symbols(work.meas_data, setting.points_per_symbol, tail_symbols, work.meas_symbol);
     take_result_symbols(work.ref_data, setting.points_per_symbol, tail_symbols, work.ref_symbol);

@@ -2,11 +2,9 @@
 
 #include "lib_dma_common/symbol_sync.h"
 
-#include <cstddef>
-
 namespace vrim::dma_demod_lib::demod_stage
 {
-void deal_symbol_timing(complex_array& data, complex_array& timing_data, std::uint32_t& timing_start, std::uint32_t sps,
+void deal_symbol_timing(const complex_array& data, complex_array& timing_data, std::uint32_t& timing_start, std::uint32_t sps,
                         std::uint32_t pre_num, float clock_adjust, std::uint32_t symbols_per_block)
 {
     constexpr std::uint32_t interpolation_factor = 262144;
@@ -19,8 +17,6 @@ void deal_symbol_timing(complex_array& data, complex_array& timing_data, std::ui
     plan.set_pre_num(pre_num);
     plan.set_clock_adjust(clock_adjust);
     plan.init();
-    plan.symbol_timing_recovery_old(data, timing_data, timing_start);
-    if (timing_start < timing_data.size())
-        timing_data.erase(timing_data.begin(), timing_data.begin() + static_cast<std::ptrdiff_t>(timing_start));
+    plan.time_record(data, timing_data, timing_start);
 }
 } // namespace vrim::dma_demod_lib::demod_stage

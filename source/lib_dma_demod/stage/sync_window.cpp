@@ -210,7 +210,7 @@ window_scale_t deal_window_scale(std::uint32_t points_per_symbol, complex_array&
     }
     const float wanted = lib_common_math_t::get_complex_array_rms(take_symbols(ref, points_per_symbol));
     level = lib_common_math_t::get_complex_array_rms(take_symbols(meas, points_per_symbol));
-    if (!(level >= no_level))
+    if (!(level >= no_level) || !std::isfinite(level)) // an equalizer that has diverged
         return window_scale_t::no_measurement;
     const float gain = wanted / level;
     for (std::complex<float>& point : meas)

@@ -118,9 +118,11 @@ inline std::uint32_t get_qam_key(const qam_grid_t& grid, qam_place_t place)
 /// number to the lowest.
 inline std::int32_t get_nearest_odd(double value, std::int32_t side)
 {
-    const double cell = std::ceil((value + side) / 2.0) - 1.0;
-    const double limited = cell > 0.0 ? std::min(cell, static_cast<double>(side - 1)) : 0.0;
-    return 2 * static_cast<std::int32_t>(limited) - (side - 1);
+    const double place = (value + side) / 2.0;
+    const double limited = place > 0.5 ? std::min(place, static_cast<double>(side)) : 0.5;
+    const std::int32_t whole = static_cast<std::int32_t>(limited);
+    const std::int32_t cell = whole - (static_cast<double>(whole) == limited ? 1 : 0); // rounded up, less one
+    return 2 * cell - (side - 1);
 }
 
 /// The point of the set that is nearest to (re, im), both in units of the grid.

@@ -1,0 +1,272 @@
+#include "lib_dma_demod/lib_dma_qam_loop.h"
+
+#include "lib_dma_common/lib_dma_phy_common.h"
+#include "support/internal/complex_ops.h"
+#include "support/internal/vector_clones.h"
+#include "support/lib_common_math.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <complex>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace vrim::dma_demod_lib
+{
+using common_lib::lib_common_math_t;
+
+namespace
+{
+constexpr float single_pi = 3.14159274f;
+constexpr float single_two_pi = 6.28318548f;
+// The gain of the settling walk starts anew where it leaves this range: it follows amplitudes, which a wrong phase spoils.
+constexpr float largest_gain = 1.05f;
+constexpr float least_gain = 0.95f;
+constexpr std::size_t lock_window = 18; // symbols
+
+/// Modulo a turn; what lies within half a turn stays as it is.
+inline float wrap_angle(float angle)
+{
+    return std::abs(angle) < single_pi ? angle : lib_dma_phy_common_t::wrap_to_pi(angle);
+}
+
+/// Symbols or points in polar form; what the loop asks of each is worked out once.
+struct polar_array_t
+{
+    explicit polar_array_t(const complex_array& values)
+    {
+        lib_common_math_t::get_complex_array_amplitude(values, amplitude);
+        lib_common_math_t::get_complex_array_phase(values, phase);
+    }
+
+    void reverse()
+    {
+        std::reverse(amplitude.begin(), amplitude.end());
+        std::reverse(phase.begin(), phase.end());
+    }
+
+    float_array amplitude;
+    float_array phase; ///< radians
+};
+
+/// The loop between symbols. Time may run either way: frequency is the turn from one symbol to the next in the order of the walk.
+struct loop_t
+{
+    float phase;     ///< radians, within half a turn
+    float frequency; ///< radians per symbol
+    float gain = 1.0f;
+    std::int32_t wraps = 0; ///< whole turns that were taken out of the phase
+
+    void wrap()
+    {
+        if (phase > single_pi)
+        {
+            ++wraps;
+            phase -= single_two_pi;
+        }
+        else if (phase < -single_pi)
+        {
+            --wraps;
+            phase += single_two_pi;
+        }
+    }
+
+    /// A symbol without amplitude says nothing of the gain.
+    void update_gain(float decided, float measured, const qam_loop_setting_t& setting)
+    {
+        if (measured > 0.0f)
+            gain = (decided / measured) * setting.gain_update + gain * setting.gain_memory;
+    }
+};
+
+constexpr std::size_t run_length = 16; // symbols whose decisions are guessed at once
+
+/// Places of a run of symbols in grid units, when the phase goes on as it does now.
+/// @param radius   grid units for an amplitude of 1
+/// @param angles   where the symbols stand, radians within half a turn
+DMA_VECTOR_CLONES
+void turn_run(const float* amplitude, const float* phase, std::size_t count, float start, float advance, double radius,
+              float* angles, double* x, double* y)
+{
+    for (std::size_t k = 0; k < count; ++k)
+    {
+        const float angle = phase[k] + (start + static_cast<float>(static_cast<std::int32_t>(k) + 1) * advance);
+        const float lowered = angle > single_pi ? angle - single_two_pi : angle;
+        const float wrapped = lowered < -single_pi ? lowered + single_two_pi : lowered;
+        const common_lib::sine_cosine_t turn = common_lib::sine_cosine_reduced(static_cast<double>(wrapped));
+        const double distance = static_cast<double>(amplitude[k]) * radius;
+        angles[k] = wrapped;
+        x[k] = distance * turn.cosine;
+        y[k] = distance * turn.sine;
+    }
+}
+
+/// Decisions of a loop. Each waits for the phase that the one before left, and sine and cosine make that wait long. So the
+/// decisions of a run are guessed from the state at its head; a guess holds where the loop has moved the symbol by less than its
+/// distance to the borders, which is for nearly all, and the others are decided where they stand.
+class loop_decision_t
+{
+public:
+    explicit loop_decision_t(const qam_slicer_t& slicer) : slicer_(slicer), scale_(slicer.get_scale()) {}
+
+    /// @param count  at most `run_length`
+    void guess_run(const float* amplitude, const float* phase, std::size_t count, float start, float advance, float gain)
+    {
+        constexpr float largest_start = 100.0f; // radians; what is far from half a turn cannot be wrapped at once
+        cells_.fill({});
+        gain_ = gain;
+        if (!(std::abs(start) + static_cast<float>(run_length) * std::abs(advance) < largest_start))
+            return;
+        std::array<double, run_length> x;
+        std::array<double, run_length> y;
+        turn_run(amplitude, phase, count, start, advance, static_cast<double>(gain) * scale_, angles_.data(), x.data(), y.data());
+        for (std::size_t k = 0; k < count; ++k)
+            cells_[k] = slicer_.find_cell(x[k], y[k]);
+    }
+
+    /// Number of the point that is nearest to amplitude * gain * e^(j angle). @param k  place in the run
+    std::uint32_t decide(std::size_t k, float amplitude, float gain, float angle) const
+    {
+        const float moved = amplitude * (std::abs(gain - gain_) + gain_ * std::abs(angle - angles_[k]));
+        if (moved * static_cast<float>(scale_) < cells_[k].clearance)
+            return cells_[k].key;
+        const std::complex<float> direction = common_lib::unit_phasor(angle);
+        const float radius = amplitude * gain;
+        return slicer_.decide_number({ radius * direction.real(), radius * direction.imag() });
+    }
+
+private:
+    const qam_slicer_t& slicer_;
+    double scale_;
+    float gain_ = 1.0f;
+    std::array<float, run_length> angles_ = {};
+    std::array<qam_slicer_t::cell_t, run_length> cells_ = {};
+};
+
+/// Walks the loop over symbols in the order given.
+/// @param settling  decisions do without the gain, which is only followed and kept in its range
+/// @param keep      keep(i, error) behind each symbol
+template <bool settling, typename keep_t>
+void walk_loop(const polar_array_t& symbols, const polar_array_t& points, const qam_slicer_t& slicer, float turn,
+               const qam_loop_setting_t& setting, loop_t& loop, keep_t&& keep)
+{
+    const std::size_t count = symbols.phase.size();
+    loop_decision_t decision(slicer);
+    for (std::size_t first = 0; first < count; first += run_length)
+    {
+        const std::size_t length = std::min(run_length, count - first);
+        decision.guess_run(symbols.amplitude.data() + first, symbols.phase.data() + first, length, loop.phase,
+                           loop.frequency + turn, settling ? 1.0f : loop.gain);
+        for (std::size_t k = 0; k < length; ++k)
+        {
+            const std::size_t i = first + k;
+            if (turn != 0.0f)
+                loop.phase += turn;
+            loop.phase += loop.frequency;
+            if (settling && (loop.gain > largest_gain || loop.gain < least_gain))
+                loop.gain = 1.0f;
+            loop.wrap();
+            const float angle = wrap_angle(loop.phase + symbols.phase[i]);
+            float decided_amplitude = 0.0f;
+            float decided_phase = 0.0f;
+            if (!slicer.empty())
+            {
+                const std::uint32_t number = decision.decide(k, symbols.amplitude[i], settling ? 1.0f : loop.gain, angle);
+                decided_amplitude = points.amplitude[number];
+                decided_phase = points.phase[number];
+            }
+            const float error = wrap_angle(decided_phase - angle);
+            loop.frequency += error * setting.ki;
+            loop.phase += error * setting.kp;
+            loop.update_gain(decided_amplitude, symbols.amplitude[i], setting);
+            keep(i, error);
+        }
+    }
+}
+
+/// Lock by the mean error over a window.
+class lock_detector_t
+{
+public:
+    explicit lock_detector_t(float lock_level) : locked_sum_(lock_level * static_cast<float>(lock_window)) {}
+
+    bool is_locked(float error)
+    {
+        const float magnitude = std::abs(error);
+        sum_ = sum_ - ring_[index_] + magnitude;
+        ring_[index_] = magnitude;
+        index_ = index_ + 1 == lock_window ? 0 : index_ + 1;
+        return sum_ < locked_sum_;
+    }
+
+private:
+    float locked_sum_;
+    float sum_ = 1.0f; // so that a low lock level asks for a full window of small errors first
+    std::array<float, lock_window> ring_ = {};
+    std::size_t index_ = 0;
+};
+
+/// Runs of locked symbols: start and length of the longest, the first of equal ones.
+void find_longest_run(const std::vector<std::uint8_t>& locked, std::uint32_t& start, std::uint32_t& length)
+{
+    start = 0;
+    length = 0;
+    std::size_t run_start = 0;
+    for (std::size_t i = 0; i <= locked.size(); ++i)
+    {
+        if (i < locked.size() && locked[i] != 0)
+            continue;
+        if (i - run_start > length)
+        {
+            start = static_cast<std::uint32_t>(run_start);
+            length = static_cast<std::uint32_t>(i - run_start);
+        }
+        run_start = i + 1;
+    }
+}
+} // namespace
+
+carrier_syn_info_t run_qam_loop(const complex_array& symbols, const qam_slicer_t& slicer, const complex_array& points,
+                                const qam_loop_setting_t& setting)
+{
+    constexpr float start_phase_limit = 1e-8f;
+    carrier_syn_info_t info;
+    const std::size_t count = symbols.size();
+    if (count == 0)
+        return info;
+    polar_array_t polar(symbols);
+    const polar_array_t polar_points(points);
+
+    loop_t loop = { setting.phase, -setting.frequency };
+    if (std::abs(loop.phase) < start_phase_limit)
+        loop.phase = common_lib::phase_of(slicer.decide_point(symbols.back()));
+    loop.phase -= polar.phase.back();
+
+    // Backward first, only to settle the loop on the data before any value is kept. Time runs the other way, and so do the
+    // format's turn and the frequency.
+    polar.reverse();
+    walk_loop<true>(polar, polar_points, slicer, setting.turn, setting, loop, [](std::size_t, float) {});
+    polar.reverse();
+    loop.frequency = -loop.frequency;
+
+    info.phase_track.resize(count);
+    info.gain_track.resize(count);
+    info.frequency_track.resize(count);
+    std::vector<std::uint8_t> locked(count);
+    lock_detector_t lock(setting.lock_level);
+    walk_loop<false>(polar, polar_points, slicer, -setting.turn, setting, loop,
+                     [&](std::size_t i, float error)
+                     {
+                         info.phase_track[i] = static_cast<float>(2.0 * static_cast<double>(loop.wraps) * common_lib::pi +
+                                                                  static_cast<double>(loop.phase));
+                         info.gain_track[i] = loop.gain;
+                         info.frequency_track[i] = loop.frequency;
+                         locked[i] = lock.is_locked(error) ? 1 : 0;
+                     });
+    find_longest_run(locked, info.lock_start, info.lock_len);
+    info.lock_ratio = static_cast<float>(info.lock_len) / static_cast<float>(count);
+    return info;
+}
+} // namespace vrim::dma_demod_lib
