@@ -208,6 +208,31 @@ TEST(SyncWord, IsFoundInAMirroredCaptureThatIsInverted)
     }
 }
 
+TEST(SyncWord, IsFoundBehindTheEqualizer)
+{
+    // It runs the search in each of its passes and takes some run-in more.
+    for (const signal_format_t format : { signal_format_t::qpsk, signal_format_t::qam16, signal_format_t::dqpsk_pi_4,
+                                          signal_format_t::fsk2, signal_format_t::oqpsk })
+    {
+        SCOPED_TRACE(get_signal_format(format).name);
+        signal_setting_t signal_setting = make_sync_signal(format, 301, 33);
+        signal_setting.symbol_count += 96;
+        const signal_t signal = make_signal(signal_setting);
+        const analysis_setting_t setting = make_sync_analysis(signal_setting);
+        lib_dma_frame_configure_manager_t frame = make_frame(setting);
+        frame.get_segment(0).get_advance_configure().set_equalizer(true);
+        const sync_run_t run(signal.samples, frame, setting.sample_rate);
+        ASSERT_TRUE(run.result.sync_found);
+        EXPECT_TRUE(run.decode_flag);
+        EXPECT_TRUE(run.result.messages.empty());
+        EXPECT_EQ(run.result.decoded, cut_symbols(signal, 301, 301 + sync_interval));
+        if (format != signal_format_t::oqpsk)
+        {
+            EXPECT_GT(cal_agreement(format, run.result.meas_symbols, signal, 301), 0.99);
+        }
+    }
+}
+
 TEST(SyncWord, LeavesNothingToTheNextRunOfTheSameAnalyser)
 {
     qpsk_bench_t bench;
