@@ -15,7 +15,8 @@ using namespace vrim::dma_demod_lib;
 
 /// Symbols of run-in that the driver wants beside the interval, half of it at either end.
 constexpr std::uint32_t run_in_symbols = 180;
-
+/// The same for MSK and OQPSK, 228, with some to spare for rounding.
+constexpr std::uint32_t offset_run_in_symbols = 240;
 
 /// What is analysed: the format as the library and as the signal maker name it.
 struct subject_t
@@ -46,6 +47,12 @@ void set_format(const subject_t& subject, lib_dma_format_configure_manager_t& fo
     case LIB_DMA_GROUP_FSK:
         format.set_fsk_format(static_cast<lib_dma_fsk_modulation_type_t>(subject.format));
         break;
+    case LIB_DMA_GROUP_OQPSK:
+        format.set_oqpsk_format(static_cast<lib_dma_oqpsk_modulation_type_t>(subject.format));
+        break;
+    case LIB_DMA_GROUP_MSK:
+        format.set_msk_format(static_cast<lib_dma_msk_modulation_type_t>(subject.format));
+        break;
     default:
         format.set_psk_format(static_cast<lib_dma_psk_modulation_type_t>(subject.format));
         break;
@@ -61,6 +68,13 @@ lib_dma_frame_configure_manager_t make_frame(const subject_t& subject, std::uint
     segment.get_format_configure().set_points_per_symbol(LIB_DMA_POINT4);
     segment.get_filter_configure().set_filter_alpha(0.35f);
     segment.get_filter_configure().set_filter_length(filter_length);
+    if (subject.group == LIB_DMA_GROUP_MSK)
+    {
+        const bool shaped = subject.signal == dma_test::signal_format_t::gmsk;
+        segment.get_filter_configure().set_meas_filter_type(LIB_DMA_MEAS_NONE_FILTER);
+        segment.get_filter_configure().set_ref_filter_type(shaped ? LIB_DMA_REF_GAUSSIAN_FILTER : LIB_DMA_REF_NONE_FILTER);
+        segment.get_filter_configure().set_filter_beta(0.3f);
+    }
     segment.get_time_configure().set_meas_interval(subject.group, symbols);
     segment.get_time_configure().set_meas_offset(0);
     return frame;
@@ -70,8 +84,11 @@ complex_array make_capture(const subject_t& subject, std::uint32_t symbols)
 {
     dma_test::signal_setting_t setting;
     setting.format = subject.signal;
-    setting.symbol_count = symbols + run_in_symbols;
+    const bool offset = subject.group == LIB_DMA_GROUP_OQPSK || subject.group == LIB_DMA_GROUP_MSK;
+    setting.symbol_count = symbols + (offset ? offset_run_in_symbols : run_in_symbols);
     setting.half_span_symbols = 40;
+    if (subject.signal == dma_test::signal_format_t::gmsk)
+        setting.shape = 0.3;
     setting.seed = 7;
     setting.carrier_offset_hz = 1234.5;
     setting.carrier_phase = 0.77;
@@ -118,6 +135,9 @@ constexpr subject_t qam64 = { LIB_DMA_GROUP_QAM, LIB_DMA_QAM_64, dma_test::signa
 constexpr subject_t qam4096 = { LIB_DMA_GROUP_QAM, LIB_DMA_QAM_4096, dma_test::signal_format_t::qam4096, 60.0 };
 constexpr subject_t ask8 = { LIB_DMA_GROUP_ASK, LIB_DMA_ASK_8, dma_test::signal_format_t::ask8, 35.0 };
 constexpr subject_t apsk32 = { LIB_DMA_GROUP_APSK, LIB_DMA_APSK_32, dma_test::signal_format_t::apsk32, 35.0 };
+constexpr subject_t oqpsk = { LIB_DMA_GROUP_OQPSK, LIB_DMA_MODULATION_PSK_OFFSET_QPSK, dma_test::signal_format_t::oqpsk, 30.0 };
+constexpr subject_t msk = { LIB_DMA_GROUP_MSK, LIB_DMA_MSK_TYPE1, dma_test::signal_format_t::msk, 30.0 };
+constexpr subject_t gmsk = { LIB_DMA_GROUP_MSK, LIB_DMA_MSK_TYPE1, dma_test::signal_format_t::gmsk, 30.0 };
 
 // Symbols, then span of the filters in symbols.
 BENCHMARK_CAPTURE(analyse, qpsk, qpsk)->Args({ 1024, 16 })->Args({ 10000, 16 })->Args({ 100000, 16 })->Unit(benchmark::kMillisecond);
@@ -129,4 +149,11 @@ BENCHMARK_CAPTURE(analyse, 64qam, qam64)->Args({ 1024, 16 })->Args({ 10000, 16 }
 BENCHMARK_CAPTURE(analyse, 4096qam, qam4096)->Args({ 4096, 16 })->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(analyse, 8ask, ask8)->Args({ 10000, 16 })->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(analyse, 32apsk, apsk32)->Args({ 10000, 16 })->Args({ 100000, 16 })->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(analyse, oqpsk, oqpsk)
+    ->Args({ 1024, 16 })
+    ->Args({ 10000, 16 })
+    ->Args({ 100000, 16 })
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(analyse, msk, msk)->Args({ 1024, 16 })->Args({ 10000, 16 })->Args({ 100000, 16 })->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(analyse, gmsk, gmsk)->Args({ 1024, 16 })->Args({ 10000, 16 })->Args({ 100000, 16 })->Unit(benchmark::kMillisecond);
 } // namespace

@@ -7,6 +7,7 @@
 #include <dma_demod.h>
 #include <signal_maker.h>
 
+#include <complex>
 #include <cstddef>
 #include <cstdint>
 

@@ -24,6 +24,9 @@ using common_lib::two_pi;
 constexpr std::complex<float> padding(1e-11f, 1e-11f);
 constexpr std::uint64_t word_bits = 32; // fractional bits of a delay word
 constexpr std::size_t lines_at_once = 4;
+// What no clock needs and memory may not hold.
+constexpr std::size_t longest_block = std::size_t(1) << 24;
+constexpr std::uint32_t longest_filter = 65536;
 
 /// amplitude^2 e^(j angle) of one block: the angle depends on the place in the block alone, so its phasors are a table.
 DMA_VECTOR_CLONES
@@ -70,6 +73,15 @@ void sum_lines(const std::complex<float>* lines, std::size_t length, std::size_t
         sums[line] = { parts[2 * line], parts[2 * line + 1] };
 }
 
+bool is_filter_length(std::uint32_t order)
+{
+    if (order <= longest_filter)
+        return true;
+    DMA_LOG_ERROR("symbol_timing_recovery_plan: a fractional delay filter of {} taps is too long, {} are the most\n", order,
+                  longest_filter);
+    return false;
+}
+
 /// Zeros in front of and behind the data.
 void pad(complex_array& data, std::size_t front, std::size_t back)
 {
@@ -83,7 +95,8 @@ std::size_t get_front_padding(std::uint32_t order)
 }
 
 /// out[k] = sum of taps[i] * in[first + k + i]; samples outside the record count as zero.
-void delay_edge(const float_array& taps, const complex_array& in, std::ptrdiff_t first, std::size_t count, std::complex<float>* out)
+void delay_edge(const float_array& taps, const complex_array& in, std::ptrdiff_t first, std::size_t count,
+                std::complex<float>* out)
 {
     complex_array samples(count + taps.size(), { 0.0f, 0.0f });
     for (std::size_t i = 0; i < samples.size(); ++i)
@@ -179,9 +192,23 @@ void symbol_timing_recovery_plan::update()
     update_flag_ = true;
 }
 
+bool symbol_timing_recovery_plan::_is_feasible() const
+{
+    const std::size_t block = static_cast<std::size_t>(sps_) * syn_sym_num_;
+    if (block > longest_block)
+    {
+        DMA_LOG_ERROR("symbol_timing_recovery_plan: a block of {} samples is too long, {} are the most\n", block, longest_block);
+        return false;
+    }
+    return is_filter_length(interp_order_);
+}
+
 void symbol_timing_recovery_plan::init()
 {
     clear();
+    update_flag_ = true;
+    if (!_is_feasible())
+        return;
     const std::size_t block = static_cast<std::size_t>(sps_) * syn_sym_num_;
     cos_table_.reserve(block);
     sin_table_.reserve(block);
@@ -199,16 +226,13 @@ void symbol_timing_recovery_plan::init()
         sin_table_.push_back(sin_table_[i - sps_]);
     }
     filter_taps_.assign(interp_order_, 0.0);
-    update_flag_ = true;
 }
 
 void symbol_timing_recovery_plan::clear()
 {
-    cos_table_ = {};
-    sin_table_ = {};
-    filter_taps_ = {};
-    block_phase_ = {};
-    raw_data_ = {};
+    for (double_array* table : { &cos_table_, &sin_table_, &filter_taps_, &block_phase_ })
+        double_array().swap(*table);
+    complex_array().swap(raw_data_);
 }
 
 std::span<const std::complex<float>> symbol_timing_recovery_plan::_get_estimation_range(const complex_array& record) const
@@ -288,10 +312,11 @@ std::uint32_t symbol_timing_recovery_plan::_cal_whole_delay(float offset) const
 {
     const float whole = std::floor(offset);
     const float delay = whole > 0.0f ? whole : static_cast<float>(sps_) - std::abs(whole);
-    return delay > 0.0f && std::isfinite(delay) ? static_cast<std::uint32_t>(delay) : 0;
+    return delay > 0.0f && std::isfinite(delay) ? common_lib::saturate<std::uint32_t>(static_cast<double>(delay)) : 0;
 }
 
-void symbol_timing_recovery_plan::_delay_fraction(float offset, const complex_array& record, std::size_t skip, complex_array& output)
+void symbol_timing_recovery_plan::_delay_fraction(float offset, const complex_array& record, std::size_t skip,
+                                                  complex_array& output)
 {
     const std::int64_t start_time = common_lib::lib_test_t::get_current_time();
     float fraction = static_cast<double>(offset) <= 1e-12 ? offset - std::ceil(offset) : offset - std::floor(offset);
@@ -306,6 +331,8 @@ void symbol_timing_recovery_plan::_delay_fraction(float offset, const complex_ar
 bool symbol_timing_recovery_plan::symbol_timing_recovery_old(complex_array& input, complex_array& output,
                                                              std::uint32_t& int_delay)
 {
+    if (!_is_feasible())
+        return false;
     const float offset = _cal_timing_offset(input);
     _delay_fraction(offset, input, 0, output);
     int_delay = _cal_whole_delay(offset);
@@ -313,16 +340,21 @@ bool symbol_timing_recovery_plan::symbol_timing_recovery_old(complex_array& inpu
     return true;
 }
 
-void symbol_timing_recovery_plan::time_record(const complex_array& input, complex_array& output, std::uint32_t& int_delay)
+bool symbol_timing_recovery_plan::time_record(const complex_array& input, complex_array& output, std::uint32_t& int_delay)
 {
+    if (!_is_feasible())
+        return false;
     const float offset = _cal_timing_offset(input);
     int_delay = _cal_whole_delay(offset);
     _delay_fraction(offset, input, int_delay < input.size() ? int_delay : 0, output);
+    return true;
 }
 
 bool symbol_timing_recovery_plan::symbol_timing_recovery_new(complex_array& input, complex_array& output,
                                                              std::uint32_t& int_delay)
 {
+    if (!_is_feasible())
+        return false;
     std::int64_t start_time = common_lib::lib_test_t::get_current_time();
     raw_data_ = input;
     if (!_cut_to_estimation_range(input))
@@ -355,6 +387,9 @@ void symbol_timing_recovery_plan::sinc_fractional_delay_filter_design(double del
     constexpr double six_pi = 18.84955592153876;
     const double centre = static_cast<double>(order / 2) - 1.0;
     const double length = static_cast<double>(order);
+    taps.clear();
+    if (!is_filter_length(order))
+        return;
     taps.assign(order, 0.0);
     for (std::uint32_t i = 0; i < order; ++i)
     {
@@ -377,6 +412,11 @@ void symbol_timing_recovery_plan::sinc_fractional_delay_filter_design(std::uint6
 void symbol_timing_recovery_plan::sinc_fractional_delay(std::uint32_t order, const double_array& taps, complex_array& input,
                                                         complex_array& output)
 {
+    if (!is_filter_length(order))
+    {
+        output.clear();
+        return;
+    }
     delay_record(order, taps, input, 0, output);
     pad(input, get_front_padding(order), order / 2);
 }
@@ -386,9 +426,10 @@ void symbol_timing_recovery_plan::sinc_fractional_delay(std::uint32_t order, std
 {
     constexpr std::uint64_t unit_rate_bits = 18;
     const std::size_t size = input.size();
-    pad(input, get_front_padding(order), order / 2);
-
     output.clear();
+    if (!is_filter_length(order))
+        return;
+    pad(input, get_front_padding(order), order / 2);
     if (interp_factor == 0)
         return;
     // With 32 fractional bits the accumulator holds every record that fits into memory.

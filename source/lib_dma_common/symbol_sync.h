@@ -11,7 +11,9 @@
 namespace vrim::dma_demod_lib
 {
 /// Feed-forward clock recovery of oversampled data: one timing phase for the whole record, applied by a fractional delay
-/// filter and an integer offset that the caller drops. A plan serves one call.
+/// filter and an integer offset that the caller drops. A plan serves one call. Settings that ask for blocks (sps times symbols)
+/// beyond 2^24 samples or filters beyond 65,536 taps are logged as an error when they are to be used; the tables are empty then,
+/// and a recovery leaves its arguments as they are.
 class DMA_DEMOD_EXPORT symbol_timing_recovery_plan
 {
 public:
@@ -39,24 +41,26 @@ public:
     /// @param[in,out] input      samples at sps per symbol; comes back without pre_num samples at either end
     /// @param[out]    output     as many samples as input had, output[k] standing at time k + fraction
     /// @param[out]    int_delay  samples to drop from the head of output; then symbols stand at the multiples of sps
-    /// @return always true; a record shorter than one block is padded and logged as an error
+    /// @return true unless the settings cannot be met; a record shorter than one block is padded and logged as an error
     /// Source: M. Oerder, H. Meyr, "Digital filter and square timing recovery", IEEE Trans. Commun. 36(5), 1988.
     bool symbol_timing_recovery_old(complex_array& input, complex_array& output, std::uint32_t& int_delay);
     /// The same with the drop done, for an input that is to stay as it is.
     /// @param[out] output     timed samples, not the input itself; symbols stand at the multiples of sps
     /// @param[out] int_delay  samples to drop; a record that has no more than that keeps them
-    void time_record(const complex_array& input, complex_array& output, std::uint32_t& int_delay);
+    bool time_record(const complex_array& input, complex_array& output, std::uint32_t& int_delay);
     /// As `symbol_timing_recovery_old` without `clock_adjust`, with the fixed-point interpolator. No demodulator calls it.
     bool symbol_timing_recovery_new(complex_array& input, complex_array& output, std::uint32_t& int_delay);
 
     /// Windowed sinc that reads a signal `delay` samples later, four-term Blackman-Harris window, not scaled to unit gain.
     /// @param delay  0 to 1, samples
+    /// @param order  at most 65,536; no taps, and a log line, for more
     /// Source: T. I. Laakso et al., "Splitting the unit delay", IEEE Signal Processing Magazine 13(1), 1996.
     static void sinc_fractional_delay_filter_design(double delay, std::uint32_t order, double_array& taps);
     /// The same for the delay `delay_word` / 2^`bits`.
     static void sinc_fractional_delay_filter_design(std::uint64_t delay_word, std::uint64_t bits, std::uint32_t order,
                                                     double_array& taps);
     /// Filters with the taps of the design.
+    /// @param order          at most 65,536; beyond it the output is empty, which is logged, and the input stays
     /// @param[in,out] input  comes back with order / 2 - 1 zeros in front and order / 2 behind
     /// @param[out] output    as many samples as input had
     static void sinc_fractional_delay(std::uint32_t order, const double_array& taps, complex_array& input, complex_array& output);
@@ -70,6 +74,8 @@ public:
 private:
     template <typename value_t>
     void _set(value_t& field, value_t value);
+    /// Whether blocks and filter have lengths that memory holds; logged when not.
+    bool _is_feasible() const;
     /// The record without its margins.
     std::span<const std::complex<float>> _get_estimation_range(const complex_array& record) const;
     /// Leaves that range, padded to a block. @return false when it had to be

@@ -44,8 +44,8 @@ public:
     /// Filters `work.iq_data` with the measurement filter, delay taken out. @return false when no taps came out
     bool meas_filter_process();
     /// Times `work.iq_data` into `work.timing_data` by one feed-forward estimate over the whole record: squared products of
-    /// samples one, two and three bits apart stand still at the borders of the bits and average out between them. The input
-    /// comes back at unit rms and padded. (lib_dma_msk_timing.cpp)
+    /// samples one, two and three bits apart stand still at the borders of the bits and average out between them. Blocks whose
+    /// data hide that are left out. The input comes back at unit rms and padded. (lib_dma_msk_timing.cpp)
     /// @return false, logged, when the run-in takes the whole record or less than one block is left
     /// Source: U. Mengali, A. N. D'Andrea, Synchronization Techniques for Digital Receivers, Plenum, 1997.
     bool timing_recovery();
@@ -61,9 +61,10 @@ public:
     /// @return as `ref_filter_generate`
     bool ref_data_generate(lib_dma_demod_config_mgr& config);
     /// Ideal waveform of a row of bits, `setting.sps` samples each, into `work.ref_data`. Aligns `work.meas_data` with it in
-    /// level and phase and takes the run-in off both.
+    /// level and phase and takes the run-in off both. With the filters "none" and "Gaussian" the waveform stands exactly on the
+    /// signal; the others shift it, by half a sample (rectangular) to half the filter length (half sine).
     /// @param bits  0 and 1
-    /// @return false, reported, when the measurement has no signal
+    /// @return false, reported, when the measurement has no signal or a bit no samples
     bool ref_filter_generate(const float_array& bits, lib_dma_demod_config_mgr& config);
     /// Turns the measured waveform by the quarter turns that it stands off the reference at its first sample, and brings both
     /// to the result rate. @return true

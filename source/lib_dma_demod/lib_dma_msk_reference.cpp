@@ -31,7 +31,7 @@ std::uint32_t cal_phase_delay(lib_dma_ref_filter_type_t type, std::uint32_t filt
 {
     const std::uint32_t filter_delay = type == LIB_DMA_REF_NONE_FILTER ? sps * filter_length / 2 // where the unit tap stands
                                                                        : (sps * filter_length + 1) / 2;
-    return sps / 2 + filter_delay - 1;
+    return std::max(sps / 2 + filter_delay, 1u) - 1;
 }
 
 /// Taps that do to single samples, at gain `sps`, what `taps` do to held ones.
@@ -84,7 +84,7 @@ bool lib_dma_msk_demod_t::ref_data_generate(lib_dma_demod_config_mgr& config)
     DMA_LOG_INFO("lib_dma_msk_demod_t::ref_data_generate start.\n");
     work.meas_data.swap(work.timing_data); // the timed signal has no later reader
     work.timing_data.clear();
-    work.meas_data.resize(work.meas_data.size() / setting.sps * setting.sps);
+    work.meas_data.resize(setting.sps == 0 ? 0 : work.meas_data.size() / setting.sps * setting.sps);
     return ref_filter_generate(msk_bit_demod(work.meas_data, setting.sps), config);
 }
 
@@ -92,6 +92,11 @@ bool lib_dma_msk_demod_t::ref_filter_generate(const float_array& bits, lib_dma_d
 {
     DMA_LOG_INFO("lib_dma_msk_demod_t::ref_filter_generate start.\n");
     const std::uint32_t sps = setting.sps;
+    if (sps == 0)
+    {
+        DMA_LOG_ERROR("lib_dma_msk_demod_t::ref_filter_generate: no samples per symbol.\n");
+        return false;
+    }
     complex_array taps;
     // Without taps the pulses go on as they are.
     if (!demod_stage::generate_pulse_taps(setting.ref_filter_type, setting.filter_length, setting.filter_alpha, sps, filter_,
@@ -151,7 +156,7 @@ bool lib_dma_msk_demod_t::phase_ambiguity_cal()
     setting.meas_interval *= setting.points_per_symbol;
     demod_stage::deal_result_rate(setting.sps, setting.points_per_symbol, work.meas_data);
     demod_stage::deal_result_rate(setting.sps, setting.points_per_symbol, work.ref_data);
-    const std::uint32_t tail_symbols = setting.head_len / setting.sps;
+    const std::uint32_t tail_symbols = setting.sps == 0 ? 0 : setting.head_len / setting.sps;
     demod_stage::take_result_symbols(work.meas_data, setting.points_per_symbol, tail_symbols, work.meas_symbol);
     demod_stage::take_result_symbols(work.ref_data, setting.points_per_symbol, tail_symbols, work.ref_symbol);
     return true;

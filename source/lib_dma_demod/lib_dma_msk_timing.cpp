@@ -11,9 +11,11 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <complex>
 #include <cstddef>
 #include <fmt/format.h>
 #include <limits>
+#include <vector>
 
 namespace vrim::dma_demod_lib
 {
@@ -29,8 +31,9 @@ constexpr double lag_frequency_scale = 37.69911184; // 12 pi: three lags of the 
 /// What one block tells.
 struct timing_block_t
 {
-    float phase;     ///< bits, border of the bits behind the first sample
-    float frequency; ///< turns per bit
+    std::complex<float> line; ///< line at the bit rate in the lag products' magnitudes
+    float phase;              ///< bits, border of the bits behind the first sample
+    float frequency;          ///< turns per bit
 };
 
 /// Mean squared lag products: row m, entry k for lag m and sample k of a bit.
@@ -63,8 +66,7 @@ void cal_lag_rows(const std::complex<float>* block, std::size_t symbols, std::si
     }
 }
 
-/// Place of the bit borders: phase of the line at the bit rate in the lag products' magnitudes.
-float cal_border_phase(const lag_rows_t& rows)
+std::complex<float> cal_border_line(const lag_rows_t& rows)
 {
     const std::size_t sps = rows[0].size();
     std::complex<float> line;
@@ -77,7 +79,13 @@ float cal_border_phase(const lag_rows_t& rows)
         line = { static_cast<float>(static_cast<double>(line.real()) + weight * std::cos(angle)),
                  static_cast<float>(static_cast<double>(line.imag()) - weight * std::sin(angle)) };
     }
-    return static_cast<float>(-std::atan2(static_cast<double>(line.imag()), static_cast<double>(line.real())) / single_two_pi);
+    return line;
+}
+
+/// Place of the bit borders.
+float cal_border_phase(std::complex<double> line)
+{
+    return static_cast<float>(-std::atan2(line.imag(), line.real()) / single_two_pi);
 }
 
 /// Sample of a bit that stands closest to the border.
@@ -119,8 +127,29 @@ float cal_block_frequency(const lag_rows_t& rows, std::size_t sample)
 timing_block_t cal_timing_block(const std::complex<float>* block, std::size_t symbols, std::size_t sps, lag_rows_t& rows)
 {
     cal_lag_rows(block, symbols, sps, rows);
-    const float phase = cal_border_phase(rows);
-    return { phase, cal_block_frequency(rows, find_border_sample(phase, sps)) };
+    const std::complex<float> line = cal_border_line(rows);
+    const float phase = cal_border_phase(std::complex<double>(line));
+    return { line, phase, cal_block_frequency(rows, find_border_sample(phase, sps)) };
+}
+
+/// Phases of the blocks that agree with the line of all. At GMSK of BT 0.3 the data of one block in a thousand all but cancel
+/// its line; such a block says anything, and the unwrapping may carry its jump through all that follow.
+float_array take_sound_phases(const std::vector<timing_block_t>& blocks)
+{
+    constexpr double largest_distance = 0.125; // bits; a sound block of GMSK scatters by 0.03
+    std::complex<double> line;
+    for (const timing_block_t& block : blocks)
+        line += std::complex<double>(block.line);
+    const double common = static_cast<double>(cal_border_phase(line));
+    float_array all;
+    float_array sound;
+    for (const timing_block_t& block : blocks)
+    {
+        all.push_back(block.phase);
+        if (std::abs(std::remainder(static_cast<double>(block.phase) - common, 1.0)) <= largest_distance)
+            sound.push_back(block.phase);
+    }
+    return sound.empty() ? all : sound;
 }
 
 void unwrap_borders(float_array& phases)
@@ -184,20 +213,20 @@ bool lib_dma_msk_demod_t::timing_recovery()
 
     common_lib::lib_normalization_t::rms_normalize(work.iq_data);
     lag_rows_t rows;
-    float_array phases;
+    std::vector<timing_block_t> blocks;
     block_frequency.clear();
     for (std::size_t cycle = 0; cycle < cycles; ++cycle)
     {
         const std::complex<float>* block = work.iq_data.data() + first + cycle * block_length;
-        const timing_block_t result = cal_timing_block(block, syn_sym_num, setting.sps, rows);
-        phases.push_back(result.phase);
-        block_frequency.push_back(result.frequency);
+        blocks.push_back(cal_timing_block(block, syn_sym_num, setting.sps, rows));
+        block_frequency.push_back(blocks.back().frequency);
     }
+    float_array phases = take_sound_phases(blocks);
     unwrap_borders(phases);
     float sum = 0.0f;
     for (const float phase : phases)
         sum += phase;
-    const float mean = sum / static_cast<float>(cycles);
+    const float mean = sum / static_cast<float>(phases.size());
     float delay = static_cast<float>((static_cast<double>(mean) - static_cast<double>(setting.clock_adjust)) *
                                      static_cast<double>(setting.sps));
     if (!std::isfinite(delay))

@@ -307,7 +307,7 @@ bool lib_dma_oqpsk_demod_t::oqpsk_decode_bit(std::uint32_t segment_index, lib_dm
 {
     DMA_LOG_INFO("lib_dma_oqpsk_demod_t::oqpsk_decode_bit.\n");
     const lib_dma_psk_modulation_param& psk_param = data_manager.get_psk_modulation_param();
-    const std::uint32_t bits_per_symbol = std::max(1u, static_cast<std::uint32_t>(std::bit_width(psk_param.modulation_order)) - 1u);
+    const auto bits_per_symbol = static_cast<std::uint32_t>(std::bit_width(std::max(psk_param.modulation_order, 2u)) - 1);
     decision_table_t table;
     table.load(setting.constellation_setting_flag ? setting.const_iq_map : judge_map);
     // The judge's map stands in the turned frame, a user's map in that of the symbols.

@@ -51,8 +51,8 @@ public:
     bool oqpsk_phase_timing_est_prepare();
     /// Estimates phase and timing of `data` over every window of 64 symbols, from the lines that the square of the signal has
     /// one symbol rate above and below twice the carrier.
-    /// @param data         samples at sps per symbol, carrier within a small part of 1 / 64 symbol rate
-    /// @param[out] phase   radians modulo a quarter turn, unwrapped from window to window
+    /// @param data         samples at sps per symbol, carrier within a small part of 1 / 256 symbol rate
+    /// @param[out] phase   radians modulo a quarter turn, unwrapped along sums over 256 symbols
     /// @param[out] timing  symbols, negated: the symbols of I stand at (k - timing) * sps samples
     /// @param[out] count   windows, one a sample
     /// @return false, without windows, when `data` is shorter than one
@@ -100,7 +100,7 @@ private:
     /// Carrier offset of the block without its margins, Hz, to `carrier_frequency_offset`. @return false when there is none
     bool _measure_frequency(std::uint32_t segment_index, lib_dma_demod_config_mgr& config,
                             lib_dma_psk_modulation_param& psk_param);
-    /// Phase of the one line of the squared signal over every window, unwrapped, radians.
+    /// Phase of one line of the squared signal over every window, unwrapped, radians.
     /// @param direction  of the mixer by half the symbol rate: -1 for the line above the carrier, 1 for the one below
     float_array _cal_line_phase(const complex_array& data, float direction, std::size_t count) const;
     /// Makes the map of a format and rotation unless it stands already.

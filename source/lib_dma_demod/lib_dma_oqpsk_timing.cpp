@@ -11,8 +11,11 @@
 
 #include <algorithm>
 #include <cmath>
+#include <complex>
 #include <cstddef>
+#include <cstdint>
 #include <utility>
+#include <vector>
 
 namespace vrim::dma_demod_lib
 {
@@ -25,25 +28,68 @@ using common_lib::unit_phasor;
 namespace
 {
 constexpr std::size_t window_symbols = 64;
+constexpr std::size_t guide_symbols = 256;
+constexpr std::size_t guide_step_symbols = 8;
 constexpr float single_two_pi = 6.2831855f;
-constexpr float largest_step = 3.5f; // rad; a longer step between neighbouring windows is a turn
 
-/// Unwraps a track of angles that moves slowly, over any count of turns. The step is taken between the angles as they came,
-/// so that a track of a thousand turns costs no digits on the way.
-void unwrap_slow_track(float_array& phases)
+/// Angles of sums over 256 symbols about the middle of every 8 symbols, unwrapped from one to the next. Near the ends the sums
+/// move in, and a shorter record is one sum.
+/// @param data   at `sps` samples per symbol
+/// @param first  middle of the first sum, symbols
+double_array cal_guide(const complex_array& data, std::size_t sps, std::size_t first, std::size_t count)
 {
-    std::int64_t turns = 0;
-    float previous = phases.empty() ? 0.0f : phases.front();
-    for (float& phase : phases)
+    const std::size_t symbols = data.size() / sps;
+    std::vector<std::complex<double>> totals(symbols + 1); // of all symbols before
+    for (std::size_t k = 0; k < symbols; ++k)
     {
-        const float step = phase - previous;
-        previous = phase;
-        if (step > largest_step)
-            --turns;
-        else if (step < -largest_step)
-            ++turns;
-        phase = static_cast<float>(static_cast<double>(phase) + static_cast<double>(turns) * static_cast<double>(single_two_pi));
+        std::complex<double> sum = 0.0;
+        for (std::size_t n = k * sps; n < (k + 1) * sps; ++n)
+            sum += std::complex<double>(data[n]);
+        totals[k + 1] = totals[k] + sum;
     }
+    const std::size_t length = std::min(guide_symbols, symbols);
+    double_array guide(count);
+    std::complex<double> before = 1.0;
+    for (std::size_t j = 0; j < count; ++j)
+    {
+        const std::size_t middle = first + j * guide_step_symbols;
+        const std::size_t start = std::min(middle - std::min(middle, length / 2), symbols - length);
+        const std::complex<double> sum = totals[start + length] - totals[start];
+        guide[j] = (j == 0 ? 0.0 : guide[j - 1]) + std::arg(sum * std::conj(before));
+        before = sum;
+    }
+    return guide;
+}
+
+/// Puts every angle within half a turn of the guide; the first one stays. A window whose line drowns in noise is lost by
+/// itself: taken from angle to angle, it would leave a turn to all that follow.
+/// @param step  phases to one entry of the guide
+void unwrap_along(const double_array& guide, std::size_t step, float_array& phases)
+{
+    const double turn = static_cast<double>(single_two_pi);
+    if (phases.empty())
+        return;
+    const double first_turns = std::round((guide.front() - static_cast<double>(phases.front())) / turn);
+    double turns = first_turns;
+    for (std::size_t j = 0; j < guide.size(); ++j)
+    {
+        const std::size_t stop = std::min((j + 1) * step, phases.size());
+        for (std::size_t i = j * step; i < stop; ++i)
+        {
+            const double angle = static_cast<double>(phases[i]);
+            if (std::abs(guide[j] - angle - turns * turn) > 0.5 * turn)
+                turns = std::round((guide[j] - angle) / turn);
+            phases[i] = static_cast<float>(angle + (turns - first_turns) * turn);
+        }
+    }
+}
+
+/// out[n] = data[n] * mixer[n]. What is not finite becomes 0.
+DMA_COMPLEX_CLONES
+void mix_finite(const std::complex<float>* data, const std::complex<float>* mixer, std::complex<float>* out, std::size_t count)
+{
+    for (std::size_t n = 0; n < count; ++n)
+        out[n] = complex_product(finite_or_zero(data[n]), mixer[n]);
 }
 
 /// out[n] *= data[n]. What is not finite becomes 0, so that it leaves the running sums alone.
@@ -59,23 +105,27 @@ void multiply_finite(const std::complex<float>* data, std::complex<float>* out, 
 float_array cal_window_phases(const complex_array& data, std::size_t window, std::size_t count)
 {
     complex_array sums(count);
+    // As rows of parts: complex values go through memory one by one.
+    const float* parts = reinterpret_cast<const float*>(data.data());
+    float* sum_parts = reinterpret_cast<float*>(sums.data());
     double lead_re = 0.0;
     double lead_im = 0.0;
     double tail_re = 0.0;
     double tail_im = 0.0;
     for (std::size_t n = 0; n + 1 < window; ++n)
     {
-        lead_re += static_cast<double>(data[n].real());
-        lead_im += static_cast<double>(data[n].imag());
+        lead_re += static_cast<double>(parts[2 * n]);
+        lead_im += static_cast<double>(parts[2 * n + 1]);
     }
+    const float* entering = parts + 2 * (window - 1);
     for (std::size_t i = 0; i < count; ++i)
     {
-        const std::complex<float> entering = data[i + window - 1];
-        lead_re += static_cast<double>(entering.real());
-        lead_im += static_cast<double>(entering.imag());
-        sums[i] = { static_cast<float>(lead_re - tail_re), static_cast<float>(lead_im - tail_im) };
-        tail_re += static_cast<double>(data[i].real());
-        tail_im += static_cast<double>(data[i].imag());
+        lead_re += static_cast<double>(entering[2 * i]);
+        lead_im += static_cast<double>(entering[2 * i + 1]);
+        sum_parts[2 * i] = static_cast<float>(lead_re - tail_re);
+        sum_parts[2 * i + 1] = static_cast<float>(lead_im - tail_im);
+        tail_re += static_cast<double>(parts[2 * i]);
+        tail_im += static_cast<double>(parts[2 * i + 1]);
     }
     float_array phases;
     lib_common_math_t::get_complex_array_phase(sums, phases);
@@ -122,14 +172,18 @@ float get_mean_step(const float_array& track)
     return steps.empty() ? 0.0f : lib_common_math_t::get_average_value(steps);
 }
 
-/// Samples to drop so that the symbol `offset` samples away stands first; a symbol later where that one lies before the data.
-std::size_t cal_whole_delay(float offset, std::uint32_t sps)
+/// Samples to drop so that a symbol stands first whose time is `offset` samples; where that lies before the data, the symbol
+/// one period later.
+/// @return `size` for an offset behind the data or none at all
+std::size_t cal_whole_delay(float offset, std::uint32_t sps, std::size_t size)
 {
-    const std::int64_t whole = static_cast<std::int64_t>(std::floor(offset));
-    if (whole > 0)
-        return static_cast<std::size_t>(whole);
-    const std::int64_t period = static_cast<std::int64_t>(sps);
-    return static_cast<std::size_t>(period - (-whole) % period);
+    const double period = static_cast<double>(sps);
+    double whole = std::floor(static_cast<double>(offset));
+    if (!(whole > 0.0))
+        whole += period;
+    if (whole < 0.0)
+        whole -= std::floor(whole / period) * period;
+    return whole >= 0.0 && whole < static_cast<double>(size) ? static_cast<std::size_t>(whole) : size;
 }
 } // namespace
 
@@ -158,9 +212,10 @@ bool lib_dma_oqpsk_demod_t::oqpsk_phase_timing_est_prepare()
 float_array lib_dma_oqpsk_demod_t::_cal_line_phase(const complex_array& data, float direction, std::size_t count) const
 {
     // The mixer stands at half the symbol rate, so it comes back to its start after two symbols.
-    complex_array mixer(2 * static_cast<std::size_t>(setting.sps));
+    const std::size_t period = 2 * static_cast<std::size_t>(setting.sps);
+    complex_array mixer(16 * period);
     for (std::size_t n = 0; n < mixer.size(); ++n)
-        mixer[n] = unit_phasor(static_cast<float>(static_cast<double>(direction) * pi * static_cast<double>(n) /
+        mixer[n] = unit_phasor(static_cast<float>(static_cast<double>(direction) * pi * static_cast<double>(n % period) /
                                                   static_cast<double>(setting.sps)));
     const std::size_t taps = est_template.size();
     float_array kernel(taps);
@@ -173,14 +228,14 @@ float_array lib_dma_oqpsk_demod_t::_cal_line_phase(const complex_array& data, fl
     for (std::size_t start = 0; start < data.size(); start += mixer.size())
     {
         const std::size_t length = std::min(mixer.size(), data.size() - start);
-        for (std::size_t n = 0; n < length; ++n)
-            padded[front + start + n] = complex_product(finite_or_zero(data[start + n]), mixer[n]);
+        mix_finite(data.data() + start, mixer.data(), padded.data() + front + start, length);
     }
     complex_array filtered(data.size());
     common_lib::correlate_real_taps(padded.data(), kernel.data(), taps, filtered.data(), filtered.size());
     multiply_finite(padded.data() + front, filtered.data(), filtered.size());
     float_array phases = cal_window_phases(filtered, window_symbols * setting.sps, count);
-    unwrap_slow_track(phases);
+    const std::size_t step = guide_step_symbols * setting.sps;
+    unwrap_along(cal_guide(filtered, setting.sps, window_symbols / 2, (count + step - 1) / step), step, phases);
     return phases;
 }
 
@@ -234,7 +289,8 @@ bool lib_dma_oqpsk_demod_t::timing_recovery(float& residual_hz)
         return false;
     }
     turn_back(line[0], line[1], work.iq_data);
-    residual_hz = static_cast<float>(setting.symbol_rate) * get_mean_step(phase) * static_cast<float>(setting.sps) / single_two_pi;
+    residual_hz =
+        static_cast<float>(setting.symbol_rate) * get_mean_step(phase) * static_cast<float>(setting.sps) / single_two_pi;
 
     const float mean_timing = lib_common_math_t::get_average_value(timing);
     // The estimate rises as the symbols come earlier.
@@ -248,7 +304,7 @@ bool lib_dma_oqpsk_demod_t::timing_recovery(float& residual_hz)
     double_array taps;
     symbol_timing_recovery_plan::sinc_fractional_delay_filter_design(static_cast<double>(fraction), interp_order, taps);
     symbol_timing_recovery_plan::sinc_fractional_delay(interp_order, taps, work.iq_data, work.timing_data);
-    const std::size_t head = std::min(cal_whole_delay(offset, setting.sps), work.timing_data.size());
+    const std::size_t head = cal_whole_delay(offset, setting.sps, work.timing_data.size());
     work.timing_data.erase(work.timing_data.begin(), work.timing_data.begin() + static_cast<std::ptrdiff_t>(head));
     return true;
 }

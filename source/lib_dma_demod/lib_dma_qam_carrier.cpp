@@ -85,8 +85,8 @@ carrier_syn_info_t lib_dma_qam_demod_t::qam_carrier_coarse_syn(float phase, floa
     points.reserve(judge_map.size());
     for (const auto& [key, point] : judge_map)
         points.push_back(point);
-    const qam_loop_setting_t loop = { phase,       frequency,   static_cast<float>(_get_turn()), ki, kp,
-                                      gain_memory, gain_update, lock_level };
+    const qam_loop_setting_t loop = { phase,       frequency, static_cast<float>(_get_turn()), ki, kp, gain_memory,
+                                      gain_update, lock_level };
     carrier_syn_info_t info = run_qam_loop(work.sync_symbol, judge_slicer_, points, loop);
     if (info.lock_start + info.lock_len < info.lock_start)
         DMA_LOG_ERROR("lib_dma_qam_demod_t::qam_carrier_coarse_syn lock len error!\n");

@@ -355,8 +355,9 @@ TEST(Equalizer, GoesOnFromAUsableFilterWhenOnlyTheEndDiverged)
 TEST(Equalizer, NeverGivesAFigureThatIsNone)
 {
     for (const signal_format_t format :
-         { signal_format_t::bpsk, signal_format_t::psk8, signal_format_t::psk8_3pi_8, signal_format_t::d8psk, signal_format_t::qam64,
-           signal_format_t::apsk32, signal_format_t::ask4, signal_format_t::fsk4, signal_format_t::msk, signal_format_t::oqpsk })
+         { signal_format_t::bpsk, signal_format_t::psk8, signal_format_t::psk8_3pi_8, signal_format_t::d8psk,
+           signal_format_t::qam64, signal_format_t::apsk32, signal_format_t::ask4, signal_format_t::fsk4, signal_format_t::msk,
+           signal_format_t::oqpsk })
     {
         const signal_t signal = make_format(format, 0.35, 500);
         analysis_setting_t setting = make_analysis(format);
@@ -368,7 +369,8 @@ TEST(Equalizer, NeverGivesAFigureThatIsNone)
             {
                 if (sanitized && (step == 1.0) == (points == 10))
                     continue;
-                SCOPED_TRACE(get_signal_format(format).name + ", step " + std::to_string(step) + ", points " + std::to_string(points));
+                SCOPED_TRACE(get_signal_format(format).name + ", step " + std::to_string(step) + ", points " +
+                             std::to_string(points));
                 setting.points_per_symbol = points;
                 equalized_run_t run(signal.samples, setting, { step, 21 });
                 EXPECT_TRUE(run.result.code == 0 || run.result.code == 5) << run.result.code;

@@ -73,6 +73,7 @@ struct code_case_t
 
 std::vector<code_case_t> make_code_cases()
 {
+    const log_capture_t quiet; // groups without a preset constellation say so
     const vrim::complex_array capture = make_qpsk(600).samples;
     const vrim::complex_array carrier(2400, std::complex<float>(0.5f, 0.25f));
     const vrim::complex_array noise_free(10000, std::complex<float>(0.5f, 0.0f));

@@ -1,5 +1,6 @@
 #include "sync_search_run.h"
 
+#include "message_capture.h"
 #include "signal_random.h"
 
 #include <algorithm>
@@ -21,6 +22,12 @@ lib_dma_modulation_type_t get_group(signal_format_t format)
 {
     return get_library_format(format).group;
 }
+lib_dma_frame_configure_manager_t make_quiet_frame(const analysis_setting_t& setting)
+{
+    const log_capture_t quiet; // groups without a preset constellation say so
+    return make_frame(setting);
+}
+
 /// Every index once.
 std::vector<std::uint32_t> shuffle(std::uint32_t order, signal_random_t& random)
 {
@@ -143,7 +150,7 @@ vrim::complex_array turn_capture(const vrim::complex_array& capture, double angl
 }
 
 sync_run_t::sync_run_t(const vrim::complex_array& capture, const analysis_setting_t& setting)
-    : sync_run_t(capture, make_frame(setting), setting.sample_rate)
+    : sync_run_t(capture, make_quiet_frame(setting), setting.sample_rate)
 {
 }
 

@@ -173,7 +173,7 @@ INSTANTIATE_TEST_SUITE_P(All, SyncSearch,
                                          signal_format_t::dqpsk, signal_format_t::dqpsk_pi_4, signal_format_t::d8psk_pi_8,
                                          signal_format_t::d8psk, signal_format_t::fsk2, signal_format_t::fsk4,
                                          signal_format_t::fsk8, signal_format_t::fsk16, signal_format_t::msk,
-                                         signal_format_t::oqpsk),
+                                         signal_format_t::gmsk, signal_format_t::oqpsk),
                          [](const auto& format) { return get_test_name(format.param); });
 
 // Formats with a fixed turn per symbol

@@ -156,7 +156,8 @@ TEST(EqualizerSweep, HasEveryBitOfTheStepByStepSweep)
             ASSERT_EQ(err.size(), count);
             for (std::size_t k = 0; k < count; ++k)
             {
-                const std::complex<double> square = std::complex<double>(expected.error[k]) * std::complex<double>(expected.error[k]);
+                const std::complex<double> error(expected.error[k]);
+                const std::complex<double> square = error * error;
                 EXPECT_LE(std::abs(std::complex<double>(err[k]) - square), 2e-7 * std::abs(square)) << k;
             }
         }

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <limits>
 #include <numbers>
@@ -144,6 +145,31 @@ TEST(SymbolTiming, FindsRandomSymbolsThroughAPulseWithoutCrosstalk)
                 error += std::norm(std::complex<double>(output[int_delay + k * sps]) - sent[k]);
             // The estimate jitters by the pattern; 0.03 symbols of it leave about this much between neighbours.
             EXPECT_LT(std::sqrt(error / static_cast<double>(symbols - 26)), 0.05) << "sps " << sps << " tau " << tau;
+        }
+    }
+}
+
+TEST(SymbolTiming, OfAnInputThatStaysIsTheOtherLessItsDrop)
+{
+    trace_capture_t trace;
+    log_capture_t log;
+    for (const std::size_t length : { 0u, 3u, 7u, 8u, 20u, 511u, 512u, 700u, 5 * 512u })
+    {
+        for (const double tau : { 0.3, 2.5, 7.9 })
+        {
+            const complex_array record = make_alternation(length, tau, 8);
+            complex_array cut = record;
+            complex_array expected;
+            std::uint32_t expected_delay = 0;
+            make_plan(8, 64, 16).symbol_timing_recovery_old(cut, expected, expected_delay);
+            if (expected_delay < expected.size())
+                expected.erase(expected.begin(), expected.begin() + static_cast<std::ptrdiff_t>(expected_delay));
+            complex_array output;
+            std::uint32_t delay = 0;
+            const complex_array input = record;
+            make_plan(8, 64, 16).time_record(input, output, delay);
+            EXPECT_EQ(delay, expected_delay) << length << ", " << tau;
+            EXPECT_EQ(output, expected) << length << ", " << tau;
         }
     }
 }
@@ -565,4 +591,65 @@ TEST(SymbolTimingPlan, CanBeClearedAndBuiltAnew)
     std::uint32_t int_delay = 0;
     EXPECT_TRUE(plan.symbol_timing_recovery_old(input, output, int_delay));
     EXPECT_EQ(int_delay, 3u);
+}
+
+TEST(SymbolTimingPlan, RefusesSettingsThatNoMemoryHolds)
+{
+    constexpr std::uint32_t huge = 4'000'000'000u;
+    const complex_array record = make_alternation(400, 1.3, 4);
+    for (const auto& [sps, symbols, order] : { std::array{ huge, huge, 16u }, std::array{ huge, 64u, 16u },
+                                              std::array{ 4u, huge, 16u }, std::array{ 4u, 64u, huge } })
+    {
+        const log_capture_t log;
+        plan_t plan;
+        plan.set_sps(sps);
+        plan.set_syn_sym_num(symbols);
+        plan.set_interp_order(order);
+        plan.init();
+        complex_array input = record;
+        complex_array output;
+        std::uint32_t delay = 77;
+        EXPECT_FALSE(plan.symbol_timing_recovery_old(input, output, delay));
+        EXPECT_FALSE(plan.symbol_timing_recovery_new(input, output, delay));
+        EXPECT_FALSE(plan.time_record(input, output, delay));
+        EXPECT_EQ(input, record);
+        EXPECT_TRUE(output.empty());
+        EXPECT_EQ(delay, 77u);
+    }
+
+    const log_capture_t log;
+    double_array taps(3, 1.0);
+    plan_t::sinc_fractional_delay_filter_design(0.5, huge, taps);
+    EXPECT_TRUE(taps.empty());
+    complex_array input = record;
+    complex_array output(3);
+    plan_t::sinc_fractional_delay(huge, { 1.0 }, input, output);
+    EXPECT_TRUE(output.empty());
+    plan_t::sinc_fractional_delay(huge, 262144, 32, 0, input, output);
+    EXPECT_TRUE(output.empty());
+    EXPECT_EQ(input, record);
+    EXPECT_EQ(log.count(log_level_error,
+                        "symbol_timing_recovery_plan: a fractional delay filter of 4000000000 taps is too long, 65536 are the "
+                        "most\n"),
+              3);
+}
+
+TEST(SymbolTimingPlan, KeepsItsWholeDelayWithinItsType)
+{
+    const complex_array record = make_alternation(400, 1.3, 4);
+    for (const float adjustment : { -1e30f, 1e30f, -3e9f, 3e9f, std::numeric_limits<float>::infinity(),
+                                    std::numeric_limits<float>::quiet_NaN() })
+    {
+        const log_capture_t log;
+        plan_t plan;
+        plan.set_syn_sym_num(64);
+        plan.set_clock_adjust(adjustment);
+        plan.init();
+        complex_array input = record;
+        complex_array output;
+        std::uint32_t delay = 77;
+        EXPECT_TRUE(plan.symbol_timing_recovery_old(input, output, delay));
+        EXPECT_EQ(output.size(), record.size());
+        EXPECT_TRUE(delay == 0 || delay == 4 || delay > 4'000'000'000u) << delay;
+    }
 }

@@ -80,12 +80,6 @@ struct bench_t
     lib_dma_oqpsk_demod_t demod;
 };
 
-/// Distance of two values on a circle of circumference `period`.
-double get_circle_distance(double a, double b, double period)
-{
-    return std::abs(std::remainder(a - b, period));
-}
-
 complex_array make_tone(double cycles, std::size_t count)
 {
     complex_array tone(count);
@@ -94,159 +88,6 @@ complex_array make_tone(double cycles, std::size_t count)
     return tone;
 }
 } // namespace
-
-TEST(OqpskTemplate, FollowsItsFormulaAndTakesTheLimitAtTheSingularPoints)
-{
-    for (const std::uint32_t samples : { 8u, 10u, 20u })
-    {
-        for (const float alpha : { 0.2f, 0.35f, 0.5f, 1.0f })
-        {
-            lib_dma_oqpsk_demod_t demod;
-            demod.setting.sps = samples;
-            demod.setting.filter_beta = alpha;
-            ASSERT_TRUE(demod.oqpsk_phase_timing_est_prepare());
-            ASSERT_EQ(demod.est_template.size(), 8u * samples);
-            for (std::size_t i = 0; i < demod.est_template.size(); ++i)
-            {
-                // As a function of u = alpha * t / s: (alpha / pi) cos(pi u) / (1 - 4 u^2), alpha / 4 at u = 1 / 2.
-                const long double u = static_cast<long double>(alpha) *
-                                      (static_cast<long double>(i) - 4.0L * samples) / static_cast<long double>(samples);
-                const long double denominator = 1.0L - 4.0L * u * u;
-                const long double expected =
-                    std::abs(denominator) < 1e-7L ? alpha / 4.0L
-                                                  : alpha / std::numbers::pi_v<long double> *
-                                                        std::cos(std::numbers::pi_v<long double> * u) / denominator;
-                EXPECT_NEAR(demod.est_template[i].real(), static_cast<double>(expected), 1e-7) << samples << " " << alpha << " " << i;
-                EXPECT_EQ(demod.est_template[i].imag(), 0.0f);
-            }
-        }
-    }
-    lib_dma_oqpsk_demod_t demod;
-    demod.setting.sps = 8;
-    demod.setting.filter_beta = 0.5f;
-    demod.oqpsk_phase_timing_est_prepare();
-    EXPECT_EQ(demod.est_template[32 - 8].real(), 0.125f);
-    EXPECT_EQ(demod.est_template[32 + 8].real(), 0.125f);
-}
-
-TEST(OqpskTemplate, TakesTheRollOffUnlessTheMeasurementFilterIsGaussian)
-{
-    for (const bool gaussian : { false, true })
-    {
-        lib_dma_oqpsk_demod_t demod;
-        demod.setting.sps = sps;
-        demod.setting.filter_alpha = 0.25f;
-        demod.setting.filter_beta = 0.75f;
-        demod.setting.meas_filter_type = gaussian ? LIB_DMA_MEAS_GAUSSIAN_FILTER : LIB_DMA_MEAS_ROOT_RAISED_COSINE_FILTER;
-        demod.setting.pre_num = 0;
-        demod.work.iq_data = make_tone(0.0, 1000);
-        float residual = 0.0f;
-        demod.timing_recovery(residual);
-        // The tap in the middle is alpha / pi.
-        EXPECT_NEAR(demod.est_template[32].real(), (gaussian ? 0.75 : 0.25) / pi, 1e-7);
-    }
-}
-
-TEST(OqpskEstimate, FindsPhaseAndTimingTogether)
-{
-    for (const double timing : { 0.0, 0.1, 0.25, 0.4, 0.5, 0.73, 0.99 })
-    {
-        for (const double phase : { 0.0, 0.3, 0.8, 1.7, 3.0, -2.2 })
-        {
-            dma_test::signal_setting_t setting = make_setting();
-            setting.timing_symbols = timing;
-            setting.carrier_phase = phase;
-            const complex_array data = dma_test::make_signal(setting).samples;
-            lib_dma_oqpsk_demod_t demod;
-            demod.setting.sps = sps;
-            demod.setting.filter_beta = 0.35f;
-            demod.oqpsk_phase_timing_est_prepare();
-            float_array phases;
-            float_array timings;
-            std::uint32_t count = 0;
-            ASSERT_TRUE(demod.phase_timing_estimate(data, phases, timings, count));
-            ASSERT_EQ(count, data.size() - 64 * sps + 1);
-            ASSERT_EQ(phases.size(), count);
-            ASSERT_EQ(timings.size(), count);
-            // A quarter turn goes with half a symbol: together they are the same signal with its rails exchanged.
-            const double quarters = std::round((static_cast<double>(phases[count / 2]) - phase) / (pi / 2.0));
-            EXPECT_NEAR(static_cast<double>(phases[count / 2]), phase + quarters * pi / 2.0, 0.02) << timing << " " << phase;
-            EXPECT_LT(get_circle_distance(-static_cast<double>(timings[count / 2]), timing + 0.5 * quarters, 1.0), 0.01)
-                << timing << " " << phase;
-        }
-    }
-}
-
-TEST(OqpskEstimate, UnwrapsOverManyTurns)
-{
-    dma_test::signal_setting_t setting = make_setting();
-    setting.symbol_count = 6000;
-    setting.carrier_offset_hz = 1000.0; // 6 turns in the record, 24 quarter turns of the estimate
-    const complex_array data = dma_test::make_signal(setting).samples;
-    lib_dma_oqpsk_demod_t demod;
-    demod.setting.sps = sps;
-    demod.setting.filter_beta = 0.35f;
-    demod.oqpsk_phase_timing_est_prepare();
-    float_array phases;
-    float_array timings;
-    std::uint32_t count = 0;
-    ASSERT_TRUE(demod.phase_timing_estimate(data, phases, timings, count));
-    const double turned = 2.0 * pi * 1000.0 * (count - 1) / (sps * rate);
-    EXPECT_NEAR(static_cast<double>(phases.back()) - static_cast<double>(phases.front()), turned, 0.05);
-}
-
-TEST(OqpskEstimate, NeedsOneWindowOfSamples)
-{
-    lib_dma_oqpsk_demod_t demod;
-    demod.setting.sps = sps;
-    demod.oqpsk_phase_timing_est_prepare();
-    float_array phases = { 1.0f };
-    float_array timings = { 1.0f };
-    std::uint32_t count = 7;
-    EXPECT_FALSE(demod.phase_timing_estimate(make_tone(0.0, 64 * sps - 1), phases, timings, count));
-    EXPECT_EQ(count, 0u);
-    EXPECT_TRUE(phases.empty());
-    EXPECT_TRUE(timings.empty());
-    EXPECT_TRUE(demod.phase_timing_estimate(make_tone(0.0, 64 * sps), phases, timings, count));
-    EXPECT_EQ(count, 1u);
-}
-
-TEST(OqpskEstimate, PassesOverSamplesThatAreNotFinite)
-{
-    complex_array data = dma_test::make_signal(make_setting()).samples;
-    data[700] = { std::numeric_limits<float>::quiet_NaN(), 0.0f };
-    data[900] = { 1.0f, std::numeric_limits<float>::infinity() };
-    lib_dma_oqpsk_demod_t demod;
-    demod.setting.sps = sps;
-    demod.setting.filter_beta = 0.35f;
-    demod.oqpsk_phase_timing_est_prepare();
-    float_array phases;
-    float_array timings;
-    std::uint32_t count = 0;
-    ASSERT_TRUE(demod.phase_timing_estimate(data, phases, timings, count));
-    for (std::size_t i = 0; i < phases.size(); ++i)
-        ASSERT_LT(get_circle_distance(static_cast<double>(phases[i]), 0.0, pi / 2.0), 0.05) << i;
-}
-
-TEST(OqpskTiming, SaysThatARecordIsTooShortOrHasNoLine)
-{
-    for (const std::size_t size : { std::size_t(0), std::size_t(64 * sps - 1), std::size_t(64 * sps) })
-    {
-        lib_dma_oqpsk_demod_t demod;
-        demod.setting.sps = sps;
-        demod.setting.pre_num = 0;
-        demod.work.iq_data = make_tone(0.0, size);
-        const log_capture_t log;
-        float residual = 5.0f;
-        EXPECT_FALSE(demod.timing_recovery(residual)) << size;
-        EXPECT_EQ(residual, 5.0f);
-        const bool one_window = size == 64 * sps;
-        EXPECT_EQ(log.count(common_log::log_level_error,
-                            one_window ? "lib_dma_common_polyfit_t::deal_polyfit:error!\n"
-                                       : "lib_dma_oqpsk_demod_t::timing_recovery: the record is shorter than 64 symbols.\n"),
-                  1);
-    }
-}
 
 TEST(OqpskJudge, DecidesByQuadrantAndNamesAnUnknownFormat)
 {
@@ -299,21 +140,48 @@ TEST(OqpskProcess, TakesOffsetsUpToTheReachOfTheEstimator)
     }
 }
 
+TEST(OqpskProcess, AddsTheSlopeOfThePhaseToTheEstimatedCarrier)
+{
+    // The estimate sees the first 8,192 samples of a record whose carrier climbs, the slope all of it: 29 Hz more.
+    constexpr double climb_hz = 120.0;
+    dma_test::signal_setting_t setting = make_setting();
+    setting.symbol_count = 2400;
+    complex_array block = dma_test::make_signal(setting).samples;
+    const double duration = static_cast<double>(block.size()) / (sps * rate);
+    for (std::size_t n = 0; n < block.size(); ++n)
+    {
+        const double time = static_cast<double>(n) / (sps * rate);
+        block[n] *= std::complex<float>(std::polar(1.0, 2.0 * pi * time * (5000.0 + 0.5 * climb_hz * time / duration)));
+    }
+    bench_t bench;
+    bench.segment().get_time_configure().set_meas_interval(LIB_DMA_GROUP_OQPSK, 2000);
+    ASSERT_TRUE(bench.run(block));
+    EXPECT_NEAR(bench.frequency(), 5000.0 + 0.5 * climb_hz, 10.0);
+}
+
 TEST(OqpskProcess, MeasuresHalfSinePulsesOnTheSampleGrid)
 {
     for (const double offset : { 0.0, 0.31, -0.9 })
     {
-        dma_test::signal_setting_t setting = make_setting();
-        setting.pulse = dma_test::signal_pulse_t::half_sine;
-        setting.carrier_offset_hz = offset * rate;
-        setting.timing_symbols = 0.25;
-        setting.carrier_phase = 0.7;
-        bench_t bench;
-        bench.filter().set_meas_filter_type(LIB_DMA_MEAS_NONE_FILTER);
-        bench.filter().set_ref_filter_type(LIB_DMA_REF_HALF_SINE_FILTER);
-        ASSERT_TRUE(bench.run(dma_test::make_signal(setting).samples));
-        EXPECT_LT(bench.evm(), 0.1f) << offset;
-        EXPECT_NEAR(bench.frequency(), offset * rate, 2e-5 * rate);
+        for (const bool aligned : { false, true })
+        {
+            for (const double samples_late : { 0.0, 0.5 })
+            {
+                dma_test::signal_setting_t setting = make_setting();
+                setting.pulse = dma_test::signal_pulse_t::half_sine;
+                setting.carrier_offset_hz = offset * rate;
+                setting.timing_symbols = 0.25 + samples_late / sps;
+                setting.carrier_phase = 0.7;
+                bench_t bench;
+                bench.format().set_oqpsk_alig_iq(aligned);
+                bench.filter().set_meas_filter_type(LIB_DMA_MEAS_NONE_FILTER);
+                bench.filter().set_ref_filter_type(LIB_DMA_REF_HALF_SINE_FILTER);
+                ASSERT_TRUE(bench.run(dma_test::make_signal(setting).samples));
+                // Between the samples the kinks of the pulses fold back: no delay brings them to the grid.
+                EXPECT_LT(bench.evm(), samples_late == 0.0 ? 0.1f : 9.5f) << offset << " " << aligned;
+                EXPECT_NEAR(bench.frequency(), offset * rate, 2e-5 * rate) << offset << " " << aligned;
+            }
+        }
     }
 }
 
@@ -397,7 +265,7 @@ TEST(OqpskProcess, EndsWithItsTextWhenTheLineStandsAtTheEndOfTheSpectrum)
 
 TEST(OqpskProcess, EndsWellOrBadlyButAlwaysEndsOnDegenerateBlocks)
 {
-    for (const std::size_t size : { std::size_t(0), std::size_t(1), std::size_t(100), std::size_t(2 * run_in * sps), std::size_t(4000) })
+    for (const std::size_t size : { 0u, 1u, 100u, 2u * run_in * sps, 4000u })
     {
         for (const float level : { 0.0f, 1e-11f, 1e30f, std::numeric_limits<float>::quiet_NaN() })
         {

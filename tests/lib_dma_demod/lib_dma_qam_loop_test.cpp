@@ -176,7 +176,8 @@ TEST(QamLoop, TakesSymbolsThatAreNoNumbers)
 {
     constexpr float infinity = std::numeric_limits<float>::infinity();
     const float nan_value = std::numeric_limits<float>::quiet_NaN();
-    for (const std::complex<float> odd : { std::complex<float>(nan_value, 0.0f), { infinity, 1.0f }, { 0.0f, 0.0f }, { 3e38f, 3e38f } })
+    for (const std::complex<float> odd :
+         { std::complex<float>(nan_value, 0.0f), { infinity, 1.0f }, { 0.0f, 0.0f }, { 3e38f, 3e38f } })
     {
         complex_array symbols = make_noisy(2, 64, 0.01, 0.0, 0.0, 7);
         symbols[40] = odd;

@@ -94,7 +94,8 @@ void parse_equalizer(const analyze_arguments_t& arguments, analyze_options_t& op
     {
         if (*text && !options.equalizer)
         {
-            throw tool_error_t(exit_usage, fmt::format("{} is of no use while the equalizer is off; give --equalizer on too", option));
+            throw tool_error_t(exit_usage,
+                               fmt::format("{} is of no use while the equalizer is off; give --equalizer on too", option));
         }
     }
     take_whole("--equalizer-length", arguments.equalizer_length, { 3.0, 99.0, " symbols" }, options.equalizer_length);

@@ -38,7 +38,8 @@ bool has_description(const analyze_arguments_t& a)
          { &a.settings,     &a.sample_rate,   &a.group,     &a.format, &a.symbol_rate,   &a.points_per_symbol,
            &a.meas_filter,  &a.ref_filter,    &a.alpha,     &a.beta,   &a.filter_length, &a.interval,
            &a.offset,       &a.search_length, &a.bandwidth, &a.sync,   &a.sync_offset,   &a.evm_ref,
-           &a.clock_adjust, &a.iq_rotation,   &a.equalizer, &a.equalizer_length, &a.equalizer_step })
+           &a.clock_adjust, &a.iq_rotation,   &a.equalizer, &a.equalizer_length,
+           &a.equalizer_step })
     {
         if (text->has_value())
         {

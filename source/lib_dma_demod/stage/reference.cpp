@@ -263,8 +263,7 @@ bool align_waveforms(const demod_setting_t& setting, complex_array& meas, comple
     scale_finite(gain, meas_symbols);
     float_array fit;
     double fine_frequency = 0.0;
-    const bool fitted =
-        fit_fine_phase(setting.format_group, meas_symbols, ref_symbols, setting.symbol_rate, fit, fine_frequency);
+    const bool fitted = fit_fine_phase(setting.format_group, meas_symbols, ref_symbols, setting.symbol_rate, fit, fine_frequency);
     config.carrier_frequency_offset += fine_frequency;
 
     const std::size_t head = cal_head_cut(setting.head_len, setting.sps);
@@ -289,8 +288,7 @@ bool deal_reference(double step, demod_setting_t& setting, common_lib::lib_filte
     complex_array taps;
     const std::uint32_t delay = cal_reference_delay(setting.ref_filter_type, setting.filter_length, setting.sps);
     // Without taps the reference goes on unfiltered.
-    if (!generate_pulse_taps(setting.ref_filter_type, setting.filter_length, setting.filter_alpha, setting.sps,
-                                          filter, taps))
+    if (!generate_pulse_taps(setting.ref_filter_type, setting.filter_length, setting.filter_alpha, setting.sps, filter, taps))
         taps.clear();
     generate_reference_waveform(setting.ref_filter_type, taps, work.decided_symbol, setting.sps, delay, ref);
     // The measurement lost its turn by a continuous line, so the reference loses it continuously too.

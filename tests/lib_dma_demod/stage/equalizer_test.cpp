@@ -156,7 +156,8 @@ TEST(EqualizerStage, StoresTheResponseFromTheLowestFrequencyOn)
         ASSERT_EQ(response.size(), taps == 65 ? 512u : 256u);
         const double points = static_cast<double>(response.size());
         for (std::size_t i = 0; i < response.size(); ++i)
-            EXPECT_TRUE(is_near(response[i], cal_response(filter, static_cast<double>(i) / points - 0.5), 1e-4)) << taps << ", " << i;
+            EXPECT_TRUE(is_near(response[i], cal_response(filter, static_cast<double>(i) / points - 0.5), 1e-4))
+                << taps << ", " << i;
     }
 }
 

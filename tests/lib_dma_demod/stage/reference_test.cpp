@@ -166,6 +166,27 @@ TEST(ReferenceWaveform, OfRaisedCosineHasItsSymbolsAtTheMultiples)
     }
 }
 
+TEST(ReferenceWaveform, OfManySymbolsEqualsThePlainConvolution)
+{
+    // More than are dealt with at once, and neither of the lengths a multiple of them.
+    for (const std::size_t count : { std::size_t(511), std::size_t(512), std::size_t(513), std::size_t(1100) })
+    {
+        constexpr std::uint32_t sps = 8;
+        const complex_array symbols = make_symbols(count);
+        const complex_array taps = make_taps(LIB_DMA_REF_RAISED_COSINE_FILTER, 6, sps);
+        const std::uint32_t delay = cal_reference_delay(LIB_DMA_REF_RAISED_COSINE_FILTER, 6, sps);
+        complex_array ref;
+        generate_reference_waveform(LIB_DMA_REF_RAISED_COSINE_FILTER, taps, symbols, sps, delay, ref);
+        wave_array spread(count * sps);
+        for (std::size_t i = 0; i < count; ++i)
+            spread[i * sps] = static_cast<double>(sps) * std::complex<double>(symbols[i]);
+        const wave_array expected = convolve(spread, taps);
+        ASSERT_EQ(ref.size(), count * sps);
+        for (std::size_t i = 0; i < ref.size(); ++i)
+            ASSERT_LT(std::abs(std::complex<double>(ref[i]) - expected[i + delay]), 2e-6) << i << " of " << count;
+    }
+}
+
 TEST(ReferenceWaveform, OfGaussianIsCentredOnItsSymbols)
 {
     for (const std::uint32_t sps : { 8u, 9u, 10u, 12u })

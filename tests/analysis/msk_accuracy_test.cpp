@@ -1,0 +1,277 @@
+#include "msk_run.h"
+
+#include "message_capture.h"
+
+#include <cmath>
+#include <complex>
+#include <cstdint>
+#include <gtest/gtest.h>
+#include <numbers>
+#include <string>
+#include <vector>
+
+using namespace dma_test;
+using namespace vrim::dma_demod_lib;
+
+namespace
+{
+constexpr std::uint32_t interval = 1024;
+constexpr double pi = std::numbers::pi;
+
+/// EVM and frequency of the demodulator alone: the capture is its block, no filter in front.
+struct bare_run_t
+{
+    explicit bare_run_t(const signal_setting_t& setting)
+    {
+        const signal_t signal = make_signal(setting);
+        const lib_dma_frame_configure_manager_t frame = make_frame(make_msk_analysis(setting, interval, 8));
+        lib_dma_phy_data_manager_t store;
+        store.init();
+        store.set_config(frame);
+        lib_dma_demod_config_mgr config;
+        config.sample_rate = static_cast<std::uint64_t>(setting.sample_rate);
+        config.data_len = static_cast<std::uint32_t>(signal.samples.size());
+        config.pre_num = 8 * static_cast<std::uint32_t>(msk_run_in);
+        config.head_len = config.pre_num;
+        lib_dma_msk_demod_t demod;
+        demod.set_frame_configure(frame, 0, config);
+        const trace_capture_t traces;
+        measured = demod.lib_dma_msk_demod_process(0, {}, signal.samples, store, config);
+        evm = static_cast<double>(store.get_error_summary(0).evm_rms);
+        match = match_decoded(setting.format, store.get_decode_bit(0), signal.symbols, msk_run_in - 2, msk_run_in + 4);
+    }
+
+    bool measured = false;
+    double evm = 0.0;
+    decode_match_t match;
+};
+
+/// EVM in percent at the symbols that a low-pass filter leaves in a clean capture of 8 samples a symbol, whose symbols are
+/// centred on samples. The filter falls in a line from `pass` to `stop`, shares of the sample rate: the mean of windowed sine
+/// quotients of 20 symbols.
+double predict_band_limit(const signal_t& signal, std::size_t first_centre, double pass, double stop)
+{
+    constexpr std::ptrdiff_t reach = 80;
+    constexpr int edges = 20;
+    std::vector<double> taps;
+    double sum = 0.0;
+    for (std::ptrdiff_t n = -reach; n <= reach; ++n)
+    {
+        double quotient = 0.0;
+        for (int k = 0; k < edges; ++k)
+        {
+            const double edge = pass + (stop - pass) * (k + 0.5) / edges;
+            const double x = 2.0 * edge * static_cast<double>(n);
+            quotient += 2.0 * edge * (n == 0 ? 1.0 : std::sin(pi * x) / (pi * x));
+        }
+        taps.push_back(quotient * (0.5 + 0.5 * std::cos(pi * static_cast<double>(n) / (reach + 1.0))));
+        sum += taps.back();
+    }
+    double power = 0.0;
+    std::size_t count = 0;
+    for (std::size_t centre = first_centre + 20 * 8; centre + reach < signal.samples.size(); centre += 8)
+    {
+        std::complex<double> filtered = 0.0;
+        for (std::size_t k = 0; k < taps.size(); ++k)
+            filtered += taps[k] / sum * std::complex<double>(signal.samples[centre + k - static_cast<std::size_t>(reach)]);
+        power += std::norm(filtered - std::complex<double>(signal.samples[centre]));
+        ++count;
+    }
+    return 100.0 * std::sqrt(power / static_cast<double>(count));
+}
+} // namespace
+
+TEST(MskAccuracy, ReadsLittleOnACleanSignal)
+{
+    for (const msk_shape_t& shape : msk_shapes)
+    {
+        for (std::uint64_t seed = 1; seed <= 8; ++seed)
+        {
+            signal_setting_t setting = make_msk_setting(shape, interval, seed);
+            setting.timing_symbols = 0.12 * static_cast<double>(seed);
+            setting.carrier_phase = 0.8 * static_cast<double>(seed);
+            setting.carrier_offset_hz = 1234.5;
+            SCOPED_TRACE(testing::Message() << shape.name << ", seed " << seed);
+            const bare_run_t bare(setting);
+            ASSERT_TRUE(bare.measured);
+            EXPECT_TRUE(bare.match.found);
+            EXPECT_LE(bare.evm, shape.format == signal_format_t::msk ? 0.3 : 0.4);
+        }
+    }
+}
+
+TEST(MskAccuracy, MeasuresAtTheOtherResultRates)
+{
+    for (const msk_shape_t& shape : msk_shapes)
+    {
+        for (const std::uint32_t points : { 1u, 16u, 20u })
+        {
+            signal_setting_t setting = make_msk_setting(shape, interval, 71);
+            setting.timing_symbols = 0.44;
+            setting.carrier_phase = 2.5;
+            setting.carrier_offset_hz = 700.0;
+            const msk_run_t run(setting, make_msk_analysis(setting, interval, points));
+            SCOPED_TRACE(testing::Message() << shape.name << ", " << points << " points");
+            ASSERT_TRUE(run.result.locked());
+            EXPECT_TRUE(run.match.found);
+            EXPECT_LE(run.get_evm(), 0.5);
+        }
+    }
+}
+
+TEST(MskAccuracy, SeesTheNoiseOfTheWholeCapture)
+{
+    for (const msk_shape_t& shape : msk_shapes)
+    {
+        for (std::uint64_t seed = 1; seed <= 8; ++seed)
+        {
+            signal_setting_t setting = make_msk_setting(shape, interval, seed);
+            setting.timing_symbols = 0.12 * static_cast<double>(seed);
+            setting.carrier_phase = 0.8 * static_cast<double>(seed);
+            setting.carrier_offset_hz = -1234.5;
+            setting.snr_db = 30.0;
+            const msk_run_t run(setting, make_msk_analysis(setting, interval, 8));
+            SCOPED_TRACE(testing::Message() << shape.name << ", seed " << seed);
+            ASSERT_TRUE(run.result.locked());
+            EXPECT_TRUE(run.match.found);
+            // 8 samples a symbol without a filter: 100 % * sqrt(8 / 1000) = 8.9, less what the filters in front keep off.
+            EXPECT_GE(run.get_evm(), 7.5);
+            EXPECT_LE(run.get_evm(), 9.5);
+        }
+    }
+}
+
+TEST(MskAccuracy, ReadsEveryBitAtTwentyDecibels)
+{
+    for (const msk_shape_t& shape : msk_shapes)
+    {
+        for (std::uint64_t seed = 21; seed <= 32; ++seed)
+        {
+            signal_setting_t setting = make_msk_setting(shape, interval, seed);
+            setting.timing_symbols = 0.03 * static_cast<double>(seed);
+            setting.carrier_phase = 0.7 * static_cast<double>(seed);
+            setting.snr_db = 20.0;
+            const msk_run_t run(setting, make_msk_analysis(setting, interval, 8));
+            SCOPED_TRACE(testing::Message() << shape.name << ", seed " << seed);
+            ASSERT_TRUE(run.result.locked());
+            EXPECT_EQ(run.match.differing, 0u);
+        }
+    }
+}
+
+TEST(MskAccuracy, FindsTheCarrierWithinThreeInAThousand)
+{
+    for (const msk_shape_t& shape : msk_shapes)
+    {
+        for (const double offset : { 0.0, 250.0, -1000.0, 3000.0, -6000.0, 10000.0, -10000.0 })
+        {
+            signal_setting_t setting = make_msk_setting(shape, interval, 41);
+            setting.timing_symbols = 0.37;
+            setting.carrier_phase = 1.1;
+            setting.carrier_offset_hz = offset;
+            const msk_run_t run(setting, make_msk_analysis(setting, interval, 8));
+            SCOPED_TRACE(testing::Message() << shape.name << ", offset " << offset);
+            ASSERT_TRUE(run.result.locked());
+            EXPECT_TRUE(run.match.found);
+            EXPECT_NEAR(run.get_frequency(), offset, 0.003 * std::abs(offset) + 1.0);
+        }
+    }
+}
+
+TEST(MskAccuracy, FindsAWordAtEveryCarrierPhase)
+{
+    for (const msk_shape_t& shape : msk_shapes)
+    {
+        for (int step = 0; step < 16; ++step)
+        {
+            signal_setting_t setting = make_msk_setting(shape, interval, 51);
+            setting.carrier_phase = step * pi / 8.0;
+            setting.timing_symbols = step / 16.0;
+            setting.snr_db = 25.0;
+            setting.sync_position = 300;
+            analysis_setting_t analysis = make_msk_analysis(setting, 512, 4);
+            for (const char bit : std::string("1101001110100010110111000101"))
+            {
+                setting.sync_symbols.push_back(bit == '1' ? 1 : 0);
+                analysis.sync_bits += bit;
+            }
+            const signal_t signal = make_signal(setting);
+            analysis.search_length = 1.1e-3;
+            const analysis_result_t result = analyse(signal.samples, analysis);
+            SCOPED_TRACE(testing::Message() << shape.name << ", phase " << step << " / 8 pi");
+            ASSERT_TRUE(result.locked());
+            EXPECT_TRUE(result.sync_found);
+            ASSERT_EQ(result.decoded.size(), 512u);
+            EXPECT_EQ(result.decoded, std::vector<std::uint32_t>(signal.symbols.begin() + 300, signal.symbols.begin() + 812));
+        }
+    }
+}
+
+TEST(MskAccuracy, TimesGaussianBitsWhoseDataHideTheClock)
+{
+    // At BT 0.3 the data of one block of 64 bits in a thousand all but cancel the line at the bit rate.
+    for (std::uint64_t seed = 1; seed <= 60; ++seed)
+    {
+        signal_setting_t setting = make_msk_setting(msk_shapes[2], interval, seed);
+        setting.timing_symbols = std::fmod(0.0617 * static_cast<double>(seed), 1.0);
+        const bare_run_t bare(setting);
+        ASSERT_TRUE(bare.measured);
+        EXPECT_TRUE(bare.match.found) << "seed " << seed;
+        EXPECT_LE(bare.evm, 0.4) << "seed " << seed;
+    }
+}
+
+TEST(MskAccuracy, ShowsWhatTheBandwidthCutsOff)
+{
+    // MSK falls off slowly: a share of 2.6e-4 of its power lies more than two symbol rates from the carrier. 0.15: the ripple of
+    // the filter in front, and the true form of its slope.
+    struct
+    {
+        double symbol_rate;
+        double bandwidth;
+        double slope[2]; // of the sample rate
+    } const cases[] = {
+        { 5.0e6, 20.0e6, { 0.25, 0.3 } },
+        { 5.0e6, 24.0e6, { 0.3, 0.35 } },
+        { 1.0e6, 4.0e6, { 0.25, 0.3 } },
+    };
+    for (const auto& band : cases)
+    {
+        signal_setting_t setting = make_msk_setting(msk_shapes[0], interval, 61);
+        setting.symbol_rate = band.symbol_rate;
+        setting.sample_rate = 8.0 * band.symbol_rate;
+        setting.timing_symbols = 0.5;
+        analysis_setting_t analysis = make_msk_analysis(setting, interval, 8);
+        analysis.bandwidth = static_cast<std::uint64_t>(band.bandwidth);
+        const msk_run_t run(setting, analysis);
+        SCOPED_TRACE(testing::Message() << "symbol rate " << band.symbol_rate << ", bandwidth " << band.bandwidth);
+        ASSERT_TRUE(run.result.locked());
+        EXPECT_TRUE(run.match.found);
+        const double predicted = predict_band_limit(run.signal, 4, band.slope[0], band.slope[1]);
+        EXPECT_NEAR(run.get_evm(), predicted, 0.15) << "edges " << band.slope[0] << " to " << band.slope[1];
+    }
+}
+
+TEST(MskAccuracy, ReadsTheSameAtEverySymbolRate)
+{
+    // The spectrum of MSK falls with the fourth power: 1 / (48 pi^2 f^3) of its power lies more than f symbol rates from the
+    // carrier. At five samples a symbol the filter in front cuts off what lies beyond 2.25, 1.4 % of the amplitude, and what
+    // lies beyond 2.5 has folded back in the capture already.
+    double evm[2] = {};
+    int k = 0;
+    for (const double symbol_rate : { 1.0e6, 5.0e6 })
+    {
+        signal_setting_t setting = make_msk_setting(msk_shapes[0], interval, 62);
+        setting.symbol_rate = symbol_rate;
+        setting.sample_rate = 5.0 * symbol_rate;
+        setting.timing_symbols = 0.3;
+        const msk_run_t run(setting, make_msk_analysis(setting, interval, 8));
+        ASSERT_TRUE(run.result.locked());
+        EXPECT_TRUE(run.match.found);
+        evm[k++] = run.get_evm();
+    }
+    EXPECT_NEAR(evm[0], evm[1], 0.01);
+    const double lost = 100.0 * std::sqrt(1.0 / (48.0 * pi * pi * std::pow(2.25, 3.0)));
+    EXPECT_GE(evm[0], 0.7 * lost);
+    EXPECT_LE(evm[0], 1.4 * lost);
+}
