@@ -52,8 +52,8 @@ accuracy_section_t measure_dpsk_clean_runs()
 {
     accuracy_section_t section = {
         "DPSK: clean signals, balanced data",
-        "1,024 symbols at 8 samples each, pulses of 160 symbols, roll-off 0.35, carrier 1234.5 Hz high, every step equally often in "
-        "every run of 8 symbols, seeds 1 to 12. The clock estimate sees less noise of such data than of random ones",
+        "1,024 symbols at 8 samples each, pulses of 160 symbols, roll-off 0.35, carrier 1234.5 Hz high, every step equally often "
+        "in every run of 8 symbols, seeds 1 to 12. The clock estimate sees less noise of such data than of random ones",
         {}
     };
     for (const signal_format_t format : formats)

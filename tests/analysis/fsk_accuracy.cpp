@@ -67,8 +67,9 @@ accuracy_section_t measure_fsk_clean_runs()
     constexpr std::uint64_t count = 8;
     accuracy_section_t section = {
         "FSK: clean signals",
-        "1,024 symbols at 8 samples each, pulses of 160 symbols, deviation 0.25 of the symbol rate, root raised cosine pair of 16 "
-        "symbols at roll-off 0.5, tones equally frequent in every run of 8 symbols, seeds 1 to 8. EVM in percent of the deviation",
+        "1,024 symbols at 8 samples each, pulses of 160 symbols, deviation 0.25 of the symbol rate, root raised cosine pair of "
+        "16 symbols at roll-off 0.5, tones equally frequent in every run of 8 symbols, seeds 1 to 8. EVM in percent of the "
+        "deviation",
         {}
     };
     for (const signal_format_t format : shaped_formats)
@@ -121,8 +122,8 @@ accuracy_section_t measure_fsk_noisy_runs()
     constexpr double snr_db = 30.0;
     accuracy_section_t section = {
         "FSK: signals with noise",
-        "As in the section before, SNR 30 dB, seeds 1 to 5. Theory: behind the filter phase noise has the frequency variance N0 / 2 * integral "
-        "of f^2 |H|^2 df, which the deviation divides",
+        "As in the section before, SNR 30 dB, seeds 1 to 5. Theory: behind the filter phase noise has the frequency variance "
+        "N0 / 2 * integral of f^2 |H|^2 df, which the deviation divides",
         {}
     };
     for (const double alpha : { 0.35, 0.5 })
@@ -163,8 +164,8 @@ accuracy_section_t measure_fsk_gaussian_runs()
     constexpr signal_format_t format = signal_format_t::fsk2;
     accuracy_section_t section = {
         "FSK: Gaussian tones",
-        "1,024 symbols at 8 samples each, clean, deviation 0.25 of the symbol rate, no measurement filter, tones equally frequent "
-        "in every run of 8 symbols, seeds 1 to 8. Each deviation is what the overlapping pulses of its data make of it, computed "
+        "1,024 symbols at 8 samples each, clean, deviation 0.25 of the symbol rate, no measurement filter, tones equally "
+        "frequent in every run of 8 symbols, seeds 1 to 8. Each deviation is what the overlapping pulses of its data make of it, computed "
         "apart from the analytic pulse; the bar is for their mean",
         {}
     };
@@ -223,8 +224,8 @@ accuracy_section_t measure_fsk_carrier()
     constexpr signal_format_t format = signal_format_t::fsk2;
     accuracy_section_t section = {
         "FSK: carrier",
-        "As with clean signals, 4 seeds each. The truth is the offset and what a surplus of one tone adds, deviation * (n1 - n2) / "
-        "(n1 + n2)",
+        "As with clean signals, 4 seeds each. The truth is the offset and what a surplus of one tone adds, deviation * (n1 - n2) "
+        "/ (n1 + n2)",
         {}
     };
     for (const double offset : { 0.0, 1234.5, -0.1e6, 0.5e6, -1.0e6, 1.0e6 })

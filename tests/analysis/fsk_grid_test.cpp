@@ -175,8 +175,9 @@ TEST(FskTrace, HoldsTheFrequencyErrorOfEverySymbol)
         EXPECT_LE(worst, 0.01);
         EXPECT_NEAR(static_cast<double>(result.summary.evm_rms), 100.0 * share / std::sqrt(2.0), 0.1);
         const fsk_truth_t truth = cal_fsk_truth(setting, signal);
-        EXPECT_NEAR(result.summary.fsk_deviation_max, (truth.highest + share) * setting.deviation_hz, 0.01 * setting.deviation_hz);
-        EXPECT_NEAR(result.summary.fsk_deviation_min, (truth.lowest - share) * setting.deviation_hz, 0.01 * setting.deviation_hz);
+        const double deviation = setting.deviation_hz;
+        EXPECT_NEAR(result.summary.fsk_deviation_max, (truth.highest + share) * deviation, 0.01 * deviation);
+        EXPECT_NEAR(result.summary.fsk_deviation_min, (truth.lowest - share) * deviation, 0.01 * deviation);
     }
 }
 } // namespace
