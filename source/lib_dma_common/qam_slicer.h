@@ -2,7 +2,7 @@
 
 #include "dma_types.h"
 #include "lib_dma_common/decision_table.h"
-#include "support/internal/qam_grid.h"
+#include "support/nearest_odd.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,6 +1,7 @@
 #pragma once
 
-#include <algorithm>
+#include "support/nearest_odd.h"
+
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
@@ -112,17 +113,6 @@ inline std::uint32_t get_qam_key(const qam_grid_t& grid, qam_place_t place)
     const std::uint32_t column = static_cast<std::uint32_t>((place.x + columns - 1) / 2);
     const std::uint32_t row = static_cast<std::uint32_t>((place.y + rows - 1) / 2);
     return (gray_from_binary(column) << row_bits) | gray_from_binary(row);
-}
-
-/// Nearest of the odd coordinates -(side - 1) ... side - 1; a bound between two belongs to the lower one, and what is not a
-/// number to the lowest.
-inline std::int32_t get_nearest_odd(double value, std::int32_t side)
-{
-    const double place = (value + side) / 2.0;
-    const double limited = place > 0.5 ? std::min(place, static_cast<double>(side)) : 0.5;
-    const std::int32_t whole = static_cast<std::int32_t>(limited);
-    const std::int32_t cell = whole - (static_cast<double>(whole) == limited ? 1 : 0); // rounded up, less one
-    return 2 * cell - (side - 1);
 }
 
 /// The point of the set that is nearest to (re, im), both in units of the grid.
