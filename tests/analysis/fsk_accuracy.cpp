@@ -165,7 +165,8 @@ accuracy_section_t measure_fsk_gaussian_runs()
     accuracy_section_t section = {
         "FSK: Gaussian tones",
         "1,024 symbols at 8 samples each, clean, deviation 0.25 of the symbol rate, no measurement filter, tones equally "
-        "frequent in every run of 8 symbols, seeds 1 to 8. Each deviation is what the overlapping pulses of its data make of it, computed "
+        "frequent in every run of 8 symbols, seeds 1 to 8. Each deviation is what the overlapping pulses of its data "
+        "make of it, computed "
         "apart from the analytic pulse; the bar is for their mean",
         {}
     };
