@@ -15,7 +15,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <utility>
-#include <vector>
 
 namespace vrim::dma_demod_lib
 {
@@ -34,19 +33,11 @@ constexpr float single_two_pi = 6.2831855f;
 
 /// Angles of sums over 256 symbols about the middle of every 8 symbols, unwrapped from one to the next. Near the ends the sums
 /// move in, and a shorter record is one sum.
-/// @param data   at `sps` samples per symbol
-/// @param first  middle of the first sum, symbols
-double_array cal_guide(const complex_array& data, std::size_t sps, std::size_t first, std::size_t count)
+/// @param totals  entry k is the sum of all symbols before the k-th; at least one entry
+/// @param first   middle of the first sum, symbols
+double_array cal_guide(const complex_double_array& totals, std::size_t first, std::size_t count)
 {
-    const std::size_t symbols = data.size() / sps;
-    std::vector<std::complex<double>> totals(symbols + 1); // of all symbols before
-    for (std::size_t k = 0; k < symbols; ++k)
-    {
-        std::complex<double> sum = 0.0;
-        for (std::size_t n = k * sps; n < (k + 1) * sps; ++n)
-            sum += std::complex<double>(data[n]);
-        totals[k + 1] = totals[k] + sum;
-    }
+    const std::size_t symbols = totals.size() - 1;
     const std::size_t length = std::min(guide_symbols, symbols);
     double_array guide(count);
     std::complex<double> before = 1.0;
@@ -100,37 +91,81 @@ void multiply_finite(const std::complex<float>* data, std::complex<float>* out, 
         out[n] = finite_or_zero(complex_product(out[n], data[n]));
 }
 
-/// Angle of the sum over every window of `window` samples, one window a sample. A window is the difference of two running
-/// sums in double, so its length costs nothing.
-float_array cal_window_phases(const complex_array& data, std::size_t window, std::size_t count)
+/// Angle of the sum over every window of samples, one window a sample, and sums over symbols, of a record that comes in blocks.
+/// A window is the difference of two running sums in double, so its length costs nothing.
+class window_sums_t
 {
-    complex_array sums(count);
-    // As rows of parts: complex values go through memory one by one.
-    const float* parts = reinterpret_cast<const float*>(data.data());
-    float* sum_parts = reinterpret_cast<float*>(sums.data());
-    double lead_re = 0.0;
-    double lead_im = 0.0;
-    double tail_re = 0.0;
-    double tail_im = 0.0;
-    for (std::size_t n = 0; n + 1 < window; ++n)
+public:
+    /// @param block  most samples that `add` gets
+    /// @param count  windows in the record
+    window_sums_t(std::size_t sps, std::size_t block, std::size_t count)
+        : sps_(sps), carried_(window_symbols * sps - 1), samples_(carried_ + block), totals_(1)
     {
-        lead_re += static_cast<double>(parts[2 * n]);
-        lead_im += static_cast<double>(parts[2 * n + 1]);
+        phases_.reserve(count);
     }
-    const float* entering = parts + 2 * (window - 1);
-    for (std::size_t i = 0; i < count; ++i)
+
+    /// Where the next block is to be put.
+    std::complex<float>* get_block() { return samples_.data() + carried_; }
+
+    /// Takes the block. All but the last have whole symbols.
+    void add(std::size_t length)
     {
-        lead_re += static_cast<double>(entering[2 * i]);
-        lead_im += static_cast<double>(entering[2 * i + 1]);
-        sum_parts[2 * i] = static_cast<float>(lead_re - tail_re);
-        sum_parts[2 * i + 1] = static_cast<float>(lead_im - tail_im);
-        tail_re += static_cast<double>(parts[2 * i]);
-        tail_im += static_cast<double>(parts[2 * i + 1]);
+        const float* entering = reinterpret_cast<const float*>(get_block());
+        const float* leaving = reinterpret_cast<const float*>(samples_.data());
+        const std::size_t open = std::min(carried_ - std::min(carried_, seen_), length); // samples of the first window
+        for (std::size_t n = 0; n < open; ++n)
+        {
+            lead_re_ += static_cast<double>(entering[2 * n]);
+            lead_im_ += static_cast<double>(entering[2 * n + 1]);
+        }
+        // As rows of parts: complex values go through memory one by one.
+        sums_.resize(length - open);
+        float* parts = reinterpret_cast<float*>(sums_.data());
+        for (std::size_t n = open; n < length; ++n)
+        {
+            lead_re_ += static_cast<double>(entering[2 * n]);
+            lead_im_ += static_cast<double>(entering[2 * n + 1]);
+            parts[2 * (n - open)] = static_cast<float>(lead_re_ - tail_re_);
+            parts[2 * (n - open) + 1] = static_cast<float>(lead_im_ - tail_im_);
+            tail_re_ += static_cast<double>(leaving[2 * n]);
+            tail_im_ += static_cast<double>(leaving[2 * n + 1]);
+        }
+        lib_common_math_t::get_complex_array_phase(sums_, block_phases_);
+        phases_.insert(phases_.end(), block_phases_.begin(), block_phases_.end());
+
+        for (std::size_t n = 0; n + sps_ <= length; n += sps_)
+        {
+            std::complex<double> sum = 0.0;
+            for (std::size_t k = n; k < n + sps_; ++k)
+                sum += std::complex<double>(samples_[carried_ + k]);
+            totals_.push_back(totals_.back() + sum);
+        }
+        seen_ += length;
+        std::copy_n(samples_.begin() + static_cast<std::ptrdiff_t>(length), carried_, samples_.begin());
     }
-    float_array phases;
-    lib_common_math_t::get_complex_array_phase(sums, phases);
-    return phases;
-}
+
+    /// The angles, unwrapped.
+    float_array take_phases()
+    {
+        const std::size_t step = guide_step_symbols * sps_;
+        unwrap_along(cal_guide(totals_, window_symbols / 2, (phases_.size() + step - 1) / step), step, phases_);
+        return std::move(phases_);
+    }
+
+private:
+    std::size_t sps_;
+    std::size_t carried_; ///< samples of a window that belong to the blocks before
+    std::size_t seen_ = 0;
+    complex_array samples_;
+    complex_array sums_;
+    float_array block_phases_;
+    float_array phases_;
+    complex_double_array totals_; ///< of all symbols before
+    double lead_re_ = 0.0;
+    double lead_im_ = 0.0;
+    double tail_re_ = 0.0;
+    double tail_im_ = 0.0;
+};
 
 /// Phase of sample n, in single precision throughout; the term of the origin takes part with its zero.
 inline float cal_line_phase(float slope, float intercept, std::size_t n)
@@ -222,21 +257,41 @@ float_array lib_dma_oqpsk_demod_t::_cal_line_phase(const complex_array& data, fl
     for (std::size_t k = 0; k < taps; ++k)
         kernel[k] = est_template[taps - 1 - k].real();
 
-    // The tap in the middle of the template sees the sample itself.
-    const std::size_t front = taps == 0 ? 0 : taps - 1 - taps / 2;
-    complex_array padded(front + data.size() + taps / 2, { 0.0f, 0.0f });
-    for (std::size_t start = 0; start < data.size(); start += mixer.size())
+    // Block by block, so that nothing but the angles is as long as the record. The tap in the middle of the template sees the
+    // sample itself.
+    const std::size_t behind = taps / 2;
+    const std::size_t front = taps == 0 ? 0 : taps - 1 - behind;
+    const std::size_t block = 16 * mixer.size();
+    complex_array mixed(front + behind + block, { 0.0f, 0.0f });
+    const auto mix = [&](std::size_t first, std::size_t length, std::complex<float>* out)
     {
-        const std::size_t length = std::min(mixer.size(), data.size() - start);
-        mix_finite(data.data() + start, mixer.data(), padded.data() + front + start, length);
+        for (std::size_t n = 0; n < length;)
+        {
+            const std::size_t sample = first + n;
+            if (sample >= data.size())
+            {
+                std::fill_n(out + n, length - n, std::complex<float>(0.0f, 0.0f));
+                return;
+            }
+            const std::size_t phase = sample % mixer.size();
+            const std::size_t part = std::min({ length - n, mixer.size() - phase, data.size() - sample });
+            mix_finite(data.data() + sample, mixer.data() + phase, out + n, part);
+            n += part;
+        }
+    };
+    mix(0, behind, mixed.data() + front);
+
+    window_sums_t windows(setting.sps, block, count);
+    for (std::size_t start = 0; start < data.size(); start += block)
+    {
+        const std::size_t length = std::min(block, data.size() - start);
+        mix(start + behind, length, mixed.data() + front + behind);
+        common_lib::correlate_real_taps(mixed.data(), kernel.data(), taps, windows.get_block(), length);
+        multiply_finite(mixed.data() + front, windows.get_block(), length);
+        windows.add(length);
+        std::copy_n(mixed.begin() + static_cast<std::ptrdiff_t>(length), front + behind, mixed.begin());
     }
-    complex_array filtered(data.size());
-    common_lib::correlate_real_taps(padded.data(), kernel.data(), taps, filtered.data(), filtered.size());
-    multiply_finite(padded.data() + front, filtered.data(), filtered.size());
-    float_array phases = cal_window_phases(filtered, window_symbols * setting.sps, count);
-    const std::size_t step = guide_step_symbols * setting.sps;
-    unwrap_along(cal_guide(filtered, setting.sps, window_symbols / 2, (count + step - 1) / step), step, phases);
-    return phases;
+    return windows.take_phases();
 }
 
 bool lib_dma_oqpsk_demod_t::phase_timing_estimate(const complex_array& data, float_array& phase, float_array& timing,
