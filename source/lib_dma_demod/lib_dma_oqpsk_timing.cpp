@@ -4,12 +4,14 @@
 #include "lib_dma_common/symbol_sync.h"
 #include "support/internal/complex_ops.h"
 #include "support/internal/fir_kernel.h"
+#include "support/internal/phasor_kernel.h"
 #include "support/internal/vector_clones.h"
 #include "support/lib_common_math.h"
 #include "support/lib_common_polyfit.h"
 #include "support/log_macro.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <complex>
 #include <cstddef>
@@ -173,30 +175,27 @@ inline float cal_line_phase(float slope, float intercept, std::size_t n)
     return slope * 0.0f + intercept + slope * static_cast<float>(n);
 }
 
-DMA_COMPLEX_CLONES
-void turn_back_reduced(std::complex<float>* data, std::size_t count, float slope, float intercept)
-{
-    for (std::size_t n = 0; n < count; ++n)
-    {
-        const float position = static_cast<float>(static_cast<std::int32_t>(n));
-        const float phase = slope * 0.0f + intercept + slope * position;
-        const common_lib::sine_cosine_t turn = common_lib::sine_cosine_reduced(-static_cast<double>(phase));
-        data[n] = complex_product(data[n], { static_cast<float>(turn.cosine), static_cast<float>(turn.sine) });
-    }
-}
-
 /// data[n] *= e^(-j (intercept + slope * n)).
 void turn_back(float slope, float intercept, complex_array& data)
 {
     const double first = std::abs(static_cast<double>(intercept));
     const double last = std::abs(static_cast<double>(cal_line_phase(slope, intercept, data.size())));
-    if (std::max(first, last) <= common_lib::largest_reduced_angle && data.size() < (std::size_t(1) << 31))
+    const bool reducible = std::max(first, last) <= common_lib::largest_reduced_angle;
+    constexpr std::size_t block = 1024;
+    std::array<float, block> angles;
+    for (std::size_t start = 0; start < data.size(); start += block)
     {
-        turn_back_reduced(data.data(), data.size(), slope, intercept);
-        return;
+        const std::size_t length = std::min(block, data.size() - start);
+        for (std::size_t n = 0; n < length; ++n)
+            angles[n] = cal_line_phase(slope, intercept, start + n);
+        if (reducible)
+        {
+            common_lib::turn_back_reduced(angles.data(), length, data.data() + start);
+            continue;
+        }
+        for (std::size_t n = 0; n < length; ++n)
+            data[start + n] = complex_product(data[start + n], unit_phasor(-angles[n]));
     }
-    for (std::size_t n = 0; n < data.size(); ++n)
-        data[n] = complex_product(data[n], unit_phasor(-cal_line_phase(slope, intercept, n)));
 }
 
 float get_mean_step(const float_array& track)
