@@ -112,12 +112,12 @@ complex_array make_noisy(std::uint32_t format, std::size_t count, double noise, 
     const point_array sent =
         map_points(make_indices(count, static_cast<std::uint32_t>(points.size()), seed), points, turn + slope, 0.3);
     std::mt19937 generator(seed);
-    std::normal_distribution<double> part(0.0, noise);
+    std::normal_distribution<double> part;
     complex_array symbols;
     for (const std::complex<double>& symbol : sent)
     {
-        const double re = part(generator);
-        symbols.emplace_back(symbol + std::complex<double>(re, part(generator)));
+        const double re = noise * part(generator);
+        symbols.emplace_back(symbol + std::complex<double>(re, noise * part(generator)));
     }
     return symbols;
 }
