@@ -93,8 +93,10 @@ public:
     /// Limits a capture to the frame's bandwidth, in place, its length and alignment kept: an equiripple low-pass of least
     /// order, 0.1 dB of ripple up to the bandwidth and 100 dB from 1.1 times on, both estimates. With a bandwidth at or above
     /// the sample rate the pass band ends at 0.9 of the Nyquist frequency. So it does, said in the log, where a bandwidth
-    /// just below the sample rate would take an order above 2,000. The taps of the last pair of edges are kept.
-    /// @param segment_index  not read
+    /// just below the sample rate would take an order above 2,000. An odd order delays by half a sample beyond the whole ones
+    /// that are made good; it is raised by one for the groups that work on the samples as they stand, FSK, MSK and OQPSK. The
+    /// taps of the last pair of edges are kept.
+    /// @param segment_index  its group is read; one that the frame does not have asks for nothing
     /// @param config         `sample_rate` is read
     /// @return false, logged and `data` as it was, when there is no filter
     bool deal_filterpm_process(std::uint32_t segment_index, const lib_dma_demod_config_mgr& config, complex_array& data);
@@ -155,6 +157,7 @@ private:
     {
         double pass_edge = -1.0;
         double stop_edge = -1.0;
+        bool aligned = false; ///< delays by whole samples
         complex_array taps;
     };
 

@@ -52,11 +52,38 @@ double estimate_order(const lib_fir_design_parameter_t& parameter)
     // The designer's edges count from half the sample rate, the estimate's from the whole of it.
     return std::ceil(lib_fir_designer_t::remlpord(edges[0] / 2.0, edges[1] / 2.0, deviations[0], deviations[1])) - 1.0;
 }
+
+/// Whether the group's demodulator works on the samples as they stand. A frequency discriminator, a differential clock and a
+/// fourth power take all that reaches up to the Nyquist frequency; where a matched filter is to follow, none of it is left.
+bool takes_bare_samples(lib_dma_modulation_type_t group)
+{
+    return group == LIB_DMA_GROUP_FSK || group == LIB_DMA_GROUP_MSK || group == LIB_DMA_GROUP_OQPSK;
+}
+
+/// Makes an odd order the even one above it: an odd count of taps delays by whole samples, and nothing between the samples has
+/// to be interpolated afterwards. The weights are those of the estimate.
+void align_with_samples(lib_fir_design_parameter_t& parameter)
+{
+    const std::uint32_t order = lib_fir_designer_t::calculate_minimum_order(parameter);
+    if (order % 2 == 0)
+        return;
+    double_array edges;
+    double_array amplitudes;
+    double_array deviations;
+    lib_fir_designer_t::_get_freq_amplitude_vector(parameter, edges, amplitudes, deviations);
+    parameter.set_first_band_weight(1.0);
+    parameter.set_second_band_weight(deviations[0] / deviations[1]);
+    // Straight into the order block: the rule of even orders keeps flags that all threads share.
+    parameter.get_order_parameter().set_minimum_order_enable(false);
+    parameter.get_order_parameter().set_filter_order(order + 1);
+}
 } // namespace
 
-bool lib_dma_phy_t::deal_filterpm_process(std::uint32_t /*segment_index*/, const lib_dma_demod_config_mgr& config,
+bool lib_dma_phy_t::deal_filterpm_process(std::uint32_t segment_index, const lib_dma_demod_config_mgr& config,
                                           complex_array& data)
 {
+    const bool aligned = segment_index < frame_.get_segment_number() &&
+                         takes_bare_samples(frame_.get_segment(segment_index).get_format_configure().get_format_group());
     double pass_edge = static_cast<double>(frame_.get_bandwidth()) / static_cast<double>(config.sample_rate);
     double stop_edge = pass_edge + transition_width;
     if (!(pass_edge < 1.0))
@@ -64,7 +91,7 @@ bool lib_dma_phy_t::deal_filterpm_process(std::uint32_t /*segment_index*/, const
         pass_edge = widest_pass_edge;
         stop_edge = widest_stop_edge;
     }
-    if (limit_filter_.pass_edge != pass_edge || limit_filter_.stop_edge != stop_edge)
+    if (limit_filter_.pass_edge != pass_edge || limit_filter_.stop_edge != stop_edge || limit_filter_.aligned != aligned)
     {
         lib_fir_design_parameter_t parameter = make_limit_parameter(pass_edge, stop_edge);
         const double order = estimate_order(parameter);
@@ -75,6 +102,8 @@ bool lib_dma_phy_t::deal_filterpm_process(std::uint32_t /*segment_index*/, const
                          pass_edge, order, longest_order);
             parameter = make_limit_parameter(widest_pass_edge, widest_stop_edge);
         }
+        if (aligned)
+            align_with_samples(parameter);
         limit_filter_ = {};
         if (!lib_fir_designer_t::design_fir_filter(parameter, limit_filter_.taps))
         {
@@ -83,6 +112,7 @@ bool lib_dma_phy_t::deal_filterpm_process(std::uint32_t /*segment_index*/, const
         }
         limit_filter_.pass_edge = pass_edge;
         limit_filter_.stop_edge = stop_edge;
+        limit_filter_.aligned = aligned;
     }
     lib_filter_t::deal_filter(limit_filter_.taps, data, common_lib::filter_delay_compensated);
     return true;

@@ -132,21 +132,28 @@ timing_block_t cal_timing_block(const std::complex<float>* block, std::size_t sy
     return { line, phase, cal_block_frequency(rows, find_border_sample(phase, sps)) };
 }
 
-/// Phases of the blocks that agree with the line of all. At GMSK of BT 0.3 the data of one block in a thousand all but cancel
-/// its line; such a block says anything, and the unwrapping may carry its jump through all that follow.
+/// Phases of the blocks that have a line and agree with that of all. At GMSK of BT 0.3 the data of one block in a thousand all
+/// but cancel its line; such a block says anything, and the unwrapping may carry its jump through all that follow.
 float_array take_sound_phases(const std::vector<timing_block_t>& blocks)
 {
-    constexpr double largest_distance = 0.125; // bits; a sound block of GMSK scatters by 0.03
+    constexpr double largest_distance = 0.125; // bits; a sound block of GMSK scatters by 0.01
+    constexpr double faintest_share = 0.35;    // of the mean line; fainter ones scatter by 0.1 and more
     std::complex<double> line;
+    double level = 0.0;
     for (const timing_block_t& block : blocks)
+    {
         line += std::complex<double>(block.line);
+        level += std::abs(std::complex<double>(block.line));
+    }
+    const double faintest = faintest_share * level / static_cast<double>(blocks.size());
     const double common = static_cast<double>(cal_border_phase(line));
     float_array all;
     float_array sound;
     for (const timing_block_t& block : blocks)
     {
         all.push_back(block.phase);
-        if (std::abs(std::remainder(static_cast<double>(block.phase) - common, 1.0)) <= largest_distance)
+        const double distance = std::abs(std::remainder(static_cast<double>(block.phase) - common, 1.0));
+        if (distance <= largest_distance && std::abs(std::complex<double>(block.line)) >= faintest)
             sound.push_back(block.phase);
     }
     return sound.empty() ? all : sound;
