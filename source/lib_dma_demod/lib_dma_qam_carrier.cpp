@@ -26,12 +26,19 @@ constexpr float fair_lock = 0.5f;
 constexpr float good_lock = 0.75f;
 // Mean frequency in radians per symbol above which the third pass is not trusted.
 constexpr float steady_frequency = 0.00012207031f;
+// Mean squared distance of the derotated symbols to their points, of that without any carrier phase, above which the line is
+// tried against those of slower passes, and the share of it that these have to stay below.
+constexpr double scattered_distance = 0.25;
+constexpr double better_distance = 0.8;
 
 struct pass_gain_t
 {
     float kp;
     float ki;
 };
+
+/// Behind the frequency estimate what is left of the carrier turns slowly, and these follow less noise.
+constexpr pass_gain_t slow_gains[] = { { 0.2f, 0.002f }, { 0.1f, 0.0005f } };
 
 /// Gains of the four passes of a format and the level of its lock.
 struct recovery_gain_t
@@ -143,17 +150,72 @@ bool lib_dma_qam_demod_t::_fit_carrier(const float_array& phase_track, std::uint
     return true;
 }
 
+bool lib_dma_qam_demod_t::_fit_pass(carrier_syn_info_t& pass, float_array& phase_line, double& residual_frequency,
+                                    float_array& fit_coefficients)
+{
+    // The loop tracks the correction, the line describes the carrier.
+    for (float& value : pass.phase_track)
+        value = -value;
+    return _fit_carrier(pass.phase_track, pass.lock_start, phase_line, residual_frequency, fit_coefficients);
+}
+
+double lib_dma_qam_demod_t::_cal_point_distance()
+{
+    _update_judge_map(qam_format);
+    if (judge_slicer_.empty())
+        return 0.0;
+    const double half_step = static_cast<double>(lib_dma_phy_common_t::qam_get_norm_param(qam_format).grid_unit);
+    double sum = 0.0;
+    for (const std::complex<float> symbol : work.sync_symbol)
+        sum += static_cast<double>(std::norm(symbol - judge_slicer_.decide_point(symbol)));
+    // Symbols anywhere in the square around a point are two thirds of the squared half step off it.
+    return sum / static_cast<double>(work.sync_symbol.size()) / (2.0 / 3.0 * half_step * half_step);
+}
+
 bool lib_dma_qam_demod_t::qam_carrier_recovery_new(float_array& phase_line, double& residual_frequency,
                                                    float_array& fit_coefficients)
 {
     phase_line.clear();
     residual_frequency = 0.0;
     demod_stage::deal_carrier_symbols(work.timing_data, setting.pre_num, setting.sps, work.sync_symbol);
+    const complex_array symbols = work.sync_symbol;
     carrier_syn_info_t best = _find_best_pass();
-    // The loop tracks the correction, the line describes the carrier.
-    for (float& value : best.phase_track)
-        value = -value;
-    return _fit_carrier(best.phase_track, best.lock_start, phase_line, residual_frequency, fit_coefficients);
+    if (!_fit_pass(best, phase_line, residual_frequency, fit_coefficients))
+        return false;
+    _try_slow_passes(symbols, phase_line, residual_frequency, fit_coefficients);
+    return true;
+}
+
+void lib_dma_qam_demod_t::_try_slow_passes(const complex_array& symbols, float_array& phase_line, double& residual_frequency,
+                                           float_array& fit_coefficients)
+{
+    // Noise near the reach of the decisions throws the loops off for stretches, and a line through those is no line: at 30 dB 8 %
+    // of 128QAM signals of 1,000 symbols would be lost, at 35 dB 4 % of 512QAM.
+    double distance = _cal_point_distance();
+    for (const pass_gain_t gain : slow_gains)
+    {
+        if (!(distance > scattered_distance))
+            return;
+        complex_array kept = std::exchange(work.sync_symbol, symbols);
+        carrier_syn_info_t slow = qam_carrier_coarse_syn(0.0f, 0.0f, gain.ki, gain.kp, gain_memory_default, gain_update_default,
+                                                         get_recovery_gain(qam_format).lock_level);
+        slow.lock_start = 0;
+        float_array line;
+        float_array fit;
+        double frequency = 0.0;
+        const bool fitted = _fit_pass(slow, line, frequency, fit);
+        const double slow_distance = _cal_point_distance();
+        if (!fitted || !(slow_distance < better_distance * distance))
+        {
+            work.sync_symbol = std::move(kept);
+            continue;
+        }
+        DMA_LOG_INFO("qam_carrier_recovery_new: the line of a slower pass fits better.\n");
+        distance = slow_distance;
+        phase_line = std::move(line);
+        residual_frequency = frequency;
+        fit_coefficients = std::move(fit);
+    }
 }
 
 float_array lib_dma_qam_demod_t::qam_mag(const complex_array& symbols)

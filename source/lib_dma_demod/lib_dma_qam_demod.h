@@ -110,6 +110,15 @@ private:
     /// Fits a line to a phase track and takes it out of the symbols.
     bool _fit_carrier(const float_array& phase_track, std::uint32_t locked_point, float_array& phase_line,
                       double& residual_frequency, float_array& fit_coefficients);
+    /// `_fit_carrier` for the carrier that a pass corrects; negates its phase track.
+    bool _fit_pass(carrier_syn_info_t& pass, float_array& phase_line, double& residual_frequency,
+                   float_array& fit_coefficients);
+    /// Replaces a line that leaves the symbols off their points by that of a slower pass, if one does better.
+    /// @param symbols  as they were before the line was taken out of `work.sync_symbol`
+    void _try_slow_passes(const complex_array& symbols, float_array& phase_line, double& residual_frequency,
+                          float_array& fit_coefficients);
+    /// Mean squared distance of `work.sync_symbol` to the nearest points, 1 when there is no carrier phase; 0 without points.
+    double _cal_point_distance();
 
     common_lib::lib_filter_t filter_; ///< measurement and reference filter in turn
     qam_slicer_t judge_slicer_;       ///< `judge_map`, laid out for decisions in constant time
