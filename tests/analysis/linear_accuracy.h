@@ -2,6 +2,8 @@
 
 #include "accuracy_section.h"
 
+#include <cstdint>
+
 /// What analyses of QAM, APSK, ASK and DPSK signals reach, measured. The carrier recovery of QAM never reports that it is lost,
 /// so that every section that can tell counts the runs in which a decoded symbol is not the one that was sent.
 namespace dma_test
@@ -10,8 +12,8 @@ accuracy_section_t measure_linear_clean_runs();
 /// Without bars: how the clean figure spreads over 200 records of data.
 accuracy_section_t measure_linear_clean_spread();
 accuracy_section_t measure_linear_noisy_runs();
-/// Without bars: how often a run misses the bars of the section before.
-accuracy_section_t measure_linear_noisy_spread();
+/// How often a run misses the bars of the section before. @param count  runs of each format
+accuracy_section_t measure_linear_noisy_spread(std::uint64_t count = 250);
 /// 45 dB, from 512 points on.
 accuracy_section_t measure_dense_noisy_runs();
 /// 4096QAM from any carrier phase.

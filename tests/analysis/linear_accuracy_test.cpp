@@ -1,6 +1,7 @@
 #include "linear_accuracy.h"
 
 #include "accuracy_check.h"
+#include "frame_run.h"
 #include "sync_accuracy.h"
 
 #include <gtest/gtest.h>
@@ -9,6 +10,8 @@ using namespace dma_test;
 
 namespace
 {
+constexpr std::uint64_t quick_runs = small_grids ? 5 : 50;
+
 TEST(LinearAccuracy, CleanSignalsHaveLittleEvmAndAnExactFrequency)
 {
     // 16 formats at two roll-offs and four of ASK at one, four rows each.
@@ -19,6 +22,11 @@ TEST(LinearAccuracy, NoiseOf30DbComesBackAsItsEvmAndMovesTheFrequencyLittle)
 {
     // 16ASK has no EVM there.
     expect_bars(measure_linear_noisy_runs(), 5 * 17 - 3);
+}
+
+TEST(LinearAccuracy, NoiseOf30DbLeavesFewRunsOutside)
+{
+    expect_bars(measure_linear_noisy_spread(quick_runs), 2 * 17);
 }
 
 TEST(LinearAccuracy, NoiseOf45DbComesBackAsTheEvmOfDenseFormats)
