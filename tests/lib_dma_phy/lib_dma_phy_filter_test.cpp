@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <complex>
 #include <cstddef>
@@ -20,11 +21,12 @@ namespace
 constexpr std::uint64_t rate = 1'000'000'000;
 
 /// An analyser that is told a bandwidth.
-lib_dma_phy_t make_analyser(std::uint64_t bandwidth)
+lib_dma_phy_t make_analyser(std::uint64_t bandwidth, lib_dma_modulation_type_t group = LIB_DMA_GROUP_PSK)
 {
     lib_dma_frame_configure_manager_t frame;
     frame.init();
     EXPECT_TRUE(frame.set_bandwidth(bandwidth));
+    frame.get_segment(0).get_format_configure().set_format_group(group);
     lib_dma_phy_t analyser;
     analyser.set_frame_configure(frame);
     return analyser;
@@ -106,6 +108,42 @@ TEST(ConditioningFilter, StaysWithinHalfASampleOfTheInput)
         EXPECT_NEAR(delay_low, std::round(2.0 * delay_low) / 2.0, 1e-4);
         EXPECT_LE(std::abs(delay_low), 0.5001);
     }
+}
+
+TEST(ConditioningFilter, KeepsEverySampleOnItsPlaceForGroupsWithoutAMatchedFilter)
+{
+    for (const lib_dma_modulation_type_t group : { LIB_DMA_GROUP_FSK, LIB_DMA_GROUP_MSK, LIB_DMA_GROUP_OQPSK })
+    {
+        for (const double pass_edge : { 0.05, 0.25, 0.5, 0.8, 1.0 })
+        {
+            lib_dma_phy_t analyser = make_analyser(static_cast<std::uint64_t>(pass_edge * rate), group);
+            const double last = std::min(pass_edge, 0.9);
+            for (const double share : { -1.0, -0.6, 0.1, 0.5, 0.9, 1.0 })
+                EXPECT_NEAR(std::abs(measure_gain(analyser, share * last) - 1.0), 0.0, 1.5 * asked_ripple) << pass_edge;
+            for (double f = pass_edge + 0.1; f <= 1.0; f += 0.06)
+                EXPECT_LT(std::abs(measure_gain(analyser, f)), 1.5 * asked_stop + 2e-7) << pass_edge << " " << f;
+        }
+    }
+}
+
+TEST(ConditioningFilter, DesignsAnewForAnotherGroup)
+{
+    const complex_array input = make_noise(2000, 8);
+    const auto limit = [&input](lib_dma_phy_t& analyser, std::uint32_t segment)
+    {
+        complex_array data = input;
+        EXPECT_TRUE(analyser.deal_filterpm_process(segment, make_config(), data));
+        return data;
+    };
+    lib_dma_phy_t analyser = make_analyser(rate / 2, LIB_DMA_GROUP_MSK);
+    const complex_array aligned = limit(analyser, 0);
+    lib_dma_phy_t other = make_analyser(rate / 2, LIB_DMA_GROUP_QAM);
+    const complex_array late = limit(other, 0);
+    EXPECT_NE(aligned, late);
+    // A segment that the frame does not have has no group.
+    EXPECT_EQ(limit(analyser, 7), late);
+    EXPECT_EQ(limit(analyser, 0), aligned);
+    EXPECT_EQ(limit(other, 4294967295u), late);
 }
 
 TEST(ConditioningFilter, EndsThePassBandBelowNyquistWhenTheBandwidthTakesAll)
