@@ -178,11 +178,13 @@ bool lib_dma_qam_demod_t::qam_carrier_recovery_new(float_array& phase_line, doub
     phase_line.clear();
     residual_frequency = 0.0;
     demod_stage::deal_carrier_symbols(work.timing_data, setting.pre_num, setting.sps, work.sync_symbol);
-    const complex_array symbols = work.sync_symbol;
     carrier_syn_info_t best = _find_best_pass();
+    const bool good = best.lock_ratio >= good_lock;
+    const complex_array symbols = good ? complex_array() : work.sync_symbol;
     if (!_fit_pass(best, phase_line, residual_frequency, fit_coefficients))
         return false;
-    _try_slow_passes(symbols, phase_line, residual_frequency, fit_coefficients);
+    if (!good)
+        _try_slow_passes(symbols, phase_line, residual_frequency, fit_coefficients);
     return true;
 }
 
