@@ -92,7 +92,7 @@ TEST_P(SyncSearch, FindsAWordAnywhereInTheSearchLengthAtEveryCarrierPhase)
         for (std::uint32_t seed = 1; seed <= seeds; ++seed)
         {
             const signal_setting_t signal_setting = make_sync_signal(format, position, 40 * seed + position);
-            const signal_t signal = make_signal(signal_setting);
+            const signal_t signal = make_sync_record(signal_setting);
             const symbols_t expected = cut_symbols(signal, position, position + sync_interval);
             for (const double phase : make_phases(small_grids ? 2 : 8))
             {
@@ -128,7 +128,7 @@ TEST_P(SyncSearch, GoesOnWithoutTheWordFromTheStart)
     signal_setting_t signal_setting = make_sync_signal(format, start + 100, 7);
     const analysis_setting_t setting = make_sync_analysis(signal_setting);
     signal_setting.sync_symbols.clear();
-    const signal_t signal = make_signal(signal_setting);
+    const signal_t signal = make_sync_record(signal_setting);
     const sync_run_t run(signal.samples, setting);
     ASSERT_TRUE(run.result.locked());
     EXPECT_EQ(run.result.messages, std::vector<std::string>{ not_found_text });
@@ -155,8 +155,8 @@ TEST_P(SyncSearch, FindsNothingBehindTheData)
     const signal_format_t format = GetParam();
     const std::uint32_t start = get_search_start(format);
     signal_setting_t signal_setting = make_sync_signal(format, 2 * start + search_symbols + 2, 8);
-    signal_setting.symbol_count += 48;
-    const sync_run_t run(make_signal(signal_setting).samples, make_sync_analysis(signal_setting));
+    signal_setting.symbol_count += 64;
+    const sync_run_t run(make_sync_record(signal_setting).samples, make_sync_analysis(signal_setting));
     ASSERT_TRUE(run.result.locked());
     EXPECT_FALSE(run.result.sync_found);
     EXPECT_EQ(run.result.messages, std::vector<std::string>{ not_found_text });
@@ -172,8 +172,9 @@ INSTANTIATE_TEST_SUITE_P(All, SyncSearch,
                                          signal_format_t::apsk16, signal_format_t::apsk32, signal_format_t::dbpsk,
                                          signal_format_t::dqpsk, signal_format_t::dqpsk_pi_4, signal_format_t::d8psk_pi_8,
                                          signal_format_t::d8psk, signal_format_t::fsk2, signal_format_t::fsk4,
-                                         signal_format_t::fsk8, signal_format_t::fsk16, signal_format_t::msk,
-                                         signal_format_t::gmsk, signal_format_t::oqpsk),
+                                         signal_format_t::fsk8, signal_format_t::fsk16, signal_format_t::fsk32,
+                                         signal_format_t::fsk64, signal_format_t::msk, signal_format_t::gmsk,
+                                         signal_format_t::oqpsk),
                          [](const auto& format) { return get_test_name(format.param); });
 
 // Formats with a fixed turn per symbol
@@ -188,7 +189,7 @@ TEST_P(TurningSyncSearch, TriesTwoOppositeTurns)
     const signal_format_t format = GetParam();
     const std::uint32_t turns = get_signal_format(format).symmetry;
     const signal_setting_t signal_setting = make_sync_signal(format, 301, 5);
-    const signal_t signal = make_signal(signal_setting);
+    const signal_t signal = make_sync_record(signal_setting);
     std::vector<bool> reached(turns, false);
     for (const double phase : make_phases(small_grids ? 3 : 16))
     {

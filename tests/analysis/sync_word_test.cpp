@@ -25,7 +25,7 @@ constexpr const char* not_found_text = "Pattern Not Found!\n";
 struct qpsk_bench_t
 {
     explicit qpsk_bench_t(std::uint32_t position = 301)
-        : signal_setting(make_sync_signal(signal_format_t::qpsk, position, 17)), signal(make_signal(signal_setting)),
+        : signal_setting(make_sync_signal(signal_format_t::qpsk, position, 17)), signal(make_sync_record(signal_setting)),
           setting(make_sync_analysis(signal_setting))
     {
     }
@@ -101,7 +101,7 @@ TEST(SyncWord, ThatIsEmptyIsFoundAtTheStart)
 TEST(SyncWord, ThatWasSetForAnotherFormatIsFittedToTheSymbols)
 {
     const signal_setting_t signal_setting = make_sync_signal(signal_format_t::psk8, 301, 18);
-    const signal_t signal = make_signal(signal_setting);
+    const signal_t signal = make_sync_record(signal_setting);
     analysis_setting_t setting = make_sync_analysis(signal_setting);
     const std::string word = setting.sync_bits;
     const auto run_with = [&](const std::string& bits)
@@ -156,7 +156,7 @@ TEST(SyncWord, StandsForTheFirstOfTwo)
     // The same word once more, 200 symbols on: shift the data and lay them over each other.
     signal_setting_t second = bench.signal_setting;
     second.sync_position = 450;
-    const signal_t other = make_signal(second);
+    const signal_t other = make_sync_record(second);
     vrim::complex_array capture = bench.signal.samples;
     std::copy(other.samples.begin() + 4 * 350, other.samples.end(), capture.begin() + 4 * 350);
     const sync_run_t run(capture, bench.setting);
@@ -172,7 +172,7 @@ TEST(SyncWord, IsFoundAtEveryRateOfTheResultsAndOfTheCapture)
         {
             signal_setting_t signal_setting = make_sync_signal(format, 301, 19);
             signal_setting.sample_rate = sample_rate;
-            const signal_t signal = make_signal(signal_setting);
+            const signal_t signal = make_sync_record(signal_setting);
             for (const std::uint32_t points : { 1U, 2U, 4U, 5U, 6U, 8U, 10U, 20U })
             {
                 SCOPED_TRACE(testing::Message() << get_signal_format(format).name << " " << sample_rate << " Hz " << points << " points");
@@ -195,7 +195,7 @@ TEST(SyncWord, IsFoundInAMirroredCaptureThatIsInverted)
     {
         SCOPED_TRACE(get_signal_format(format).name);
         const signal_setting_t signal_setting = make_sync_signal(format, 301, 20);
-        const signal_t signal = make_signal(signal_setting);
+        const signal_t signal = make_sync_record(signal_setting);
         vrim::complex_array mirrored = signal.samples;
         for (std::complex<float>& sample : mirrored)
             sample = std::conj(sample);
@@ -216,8 +216,8 @@ TEST(SyncWord, IsFoundBehindTheEqualizer)
     {
         SCOPED_TRACE(get_signal_format(format).name);
         signal_setting_t signal_setting = make_sync_signal(format, 301, 33);
-        signal_setting.symbol_count += 96;
-        const signal_t signal = make_signal(signal_setting);
+        signal_setting.symbol_count += 128; // whole runs of tones
+        const signal_t signal = make_sync_record(signal_setting);
         const analysis_setting_t setting = make_sync_analysis(signal_setting);
         lib_dma_frame_configure_manager_t frame = make_frame(setting);
         frame.get_segment(0).get_advance_configure().set_equalizer(true);
