@@ -16,8 +16,8 @@ using namespace vrim::dma_demod_lib;
 
 namespace
 {
-// The carrier of FSK is the mean of its outer tones, so that one symbol too many at one of them moves it: of 64 tones by most of
-// the way to the next one. All tones are equally frequent in runs, and the first of these begins with the first symbol that counts.
+// The carrier of FSK is the mean of its outer tones, so that one symbol too many at one of them moves it: of 64 tones beyond the
+// next one. All tones are equally frequent in runs, and the first of these begins with the first symbol that counts.
 constexpr std::uint32_t tone_run = 64;
 constexpr std::uint32_t symbols_before_tones = 50;
 constexpr std::uint32_t tone_lead = tone_run - symbols_before_tones;
@@ -223,5 +223,20 @@ double cal_agreement(signal_format_t format, const vrim::complex_array& measured
         sent_power += std::norm(sent);
     }
     return std::abs(sum) / std::sqrt(measured_power * sent_power);
+}
+
+sync_bench_t::sync_bench_t(const signal_setting_t& sent)
+    : signal_setting(sent), signal(make_sync_record(sent)), setting(make_sync_analysis(sent))
+{
+}
+
+sync_run_t sync_bench_t::run() const
+{
+    return { signal.samples, setting };
+}
+
+double sync_bench_t::agree(const sync_run_t& run, std::size_t first) const
+{
+    return cal_agreement(signal_setting.format, run.result.meas_symbols, signal, first);
 }
 } // namespace dma_test

@@ -57,4 +57,19 @@ std::vector<std::uint32_t> cut_symbols(const signal_t& signal, std::size_t first
 /// How well the measured symbols agree with those sent from symbol `first` on, up to gain and a common turn: 1 where they are the
 /// same. A fixed turn per symbol is taken out; of frequency formats the levels are compared.
 double cal_agreement(signal_format_t format, const vrim::complex_array& measured, const signal_t& signal, std::size_t first);
+
+/// A signal with the word in it and its search.
+struct sync_bench_t
+{
+    /// @param sent  as `make_sync_signal` gives it
+    explicit sync_bench_t(const signal_setting_t& sent);
+
+    sync_run_t run() const;
+    /// How well the measured symbols of a run agree with those sent from symbol `first` on.
+    double agree(const sync_run_t& run, std::size_t first) const;
+
+    signal_setting_t signal_setting;
+    signal_t signal;
+    analysis_setting_t setting;
+};
 } // namespace dma_test
