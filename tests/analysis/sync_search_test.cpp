@@ -287,9 +287,9 @@ TEST_P(ManyToneSync, FindsTheWordOfAMirroredCaptureWithOrWithoutInversion)
     }
 }
 
-// The carrier of FSK is the mean of its outer tones. With one symbol more at the highest of them than at the lowest, 13 and 12 of
-// 64 tones, the centre reads 1 / 25 of the deviation high: 1.3 tones. Every symbol is decided one tone too low, and a word is
-// found by the symbols that it is taken for. Of 32 tones one in 49 is 0.3 tones, and nothing is lost.
+// The carrier of FSK is the mean of its outer tones. With one symbol more at the highest of them than at the lowest, one of 23
+// or 25 with 64 tones, the centre reads that share of the deviation high: 1.3 or 1.4 tones. Every symbol is decided one tone too
+// low, and a word is found by the symbols that it is taken for. Of 32 tones one in 47 or 49 is 0.3 tones, and nothing is lost.
 TEST_P(ManyToneSync, MissesTheWordWhereTheOuterTonesMoveTheCarrierByATone)
 {
     const signal_format_t format = GetParam();
