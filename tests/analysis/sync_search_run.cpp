@@ -16,7 +16,11 @@ using namespace vrim::dma_demod_lib;
 
 namespace
 {
-constexpr std::uint32_t tone_run = 48; // symbols within which all tones are equally frequent
+// The carrier of FSK is the mean of its outer tones, so that one symbol too many at one of them moves it: of 64 tones beyond the
+// next one. All tones are equally frequent in runs, and the first of these begins with the first symbol that counts.
+constexpr std::uint32_t tone_run = 64;
+constexpr std::uint32_t symbols_before_tones = 50;
+constexpr std::uint32_t tone_lead = tone_run - symbols_before_tones;
 
 lib_dma_modulation_type_t get_group(signal_format_t format)
 {
@@ -26,6 +30,11 @@ lib_dma_frame_configure_manager_t make_quiet_frame(const analysis_setting_t& set
 {
     const log_capture_t quiet; // groups without a preset constellation say so
     return make_frame(setting);
+}
+
+std::uint32_t get_lead(signal_format_t format)
+{
+    return get_group(format) == LIB_DMA_GROUP_FSK ? tone_lead : 0;
 }
 
 /// Every index once.
@@ -80,10 +89,20 @@ std::vector<std::uint32_t> turn_symbols(signal_format_t format, const std::vecto
     return turned;
 }
 
+std::uint32_t get_word_bits(signal_format_t format)
+{
+    const bool many_tones = format == signal_format_t::fsk32 || format == signal_format_t::fsk64;
+    return many_tones ? 1 : get_signal_format(format).bits_per_symbol;
+}
+
 std::string make_word_bits(signal_format_t format, const std::vector<std::uint32_t>& word)
 {
+    const std::uint32_t bits = get_word_bits(format);
+    std::vector<std::uint32_t> parts;
+    for (const std::uint32_t symbol : word)
+        parts.push_back(symbol % (1U << bits));
     std::string digits;
-    for (const std::uint8_t bit : symbols_to_bits(word, get_signal_format(format).bits_per_symbol))
+    for (const std::uint8_t bit : symbols_to_bits(parts, bits))
         digits += bit == 0 ? '0' : '1';
     return digits;
 }
@@ -104,7 +123,7 @@ signal_setting_t make_sync_signal(signal_format_t format, std::uint32_t position
     const bool dense = order > 32 || (group == LIB_DMA_GROUP_ASK && order > 8);
     signal.snr_db = dense ? std::numeric_limits<double>::infinity() : 32.0;
     signal.sync_symbols = make_word(format, 1);
-    signal.sync_position = position;
+    signal.sync_position = position + get_lead(format);
     if (group == LIB_DMA_GROUP_FSK || group == LIB_DMA_GROUP_MSK)
     {
         signal.sample_rate = 8.0e6;
@@ -114,8 +133,20 @@ signal_setting_t make_sync_signal(signal_format_t format, std::uint32_t position
     {
         signal.deviation_hz = 250.0e3;
         signal.balanced_run = tone_run;
-        signal.symbol_count = (signal.symbol_count + tone_run - 1) / tone_run * tone_run;
+        signal.symbol_count = (signal.symbol_count + tone_lead + tone_run - 1) / tone_run * tone_run;
     }
+    return signal;
+}
+
+signal_t make_sync_record(const signal_setting_t& setting)
+{
+    signal_t signal = make_signal(setting);
+    const std::uint32_t lead = get_lead(setting.format);
+    const auto samples = static_cast<std::ptrdiff_t>(lead * setting.sample_rate / setting.symbol_rate);
+    signal.samples.erase(signal.samples.begin(), signal.samples.begin() + samples);
+    signal.symbols.erase(signal.symbols.begin(), signal.symbols.begin() + lead);
+    if (lead > 0)
+        signal.levels.erase(signal.levels.begin(), signal.levels.begin() + lead);
     return signal;
 }
 
@@ -192,5 +223,20 @@ double cal_agreement(signal_format_t format, const vrim::complex_array& measured
         sent_power += std::norm(sent);
     }
     return std::abs(sum) / std::sqrt(measured_power * sent_power);
+}
+
+sync_bench_t::sync_bench_t(const signal_setting_t& sent)
+    : signal_setting(sent), signal(make_sync_record(sent)), setting(make_sync_analysis(sent))
+{
+}
+
+sync_run_t sync_bench_t::run() const
+{
+    return { signal.samples, setting };
+}
+
+double sync_bench_t::agree(const sync_run_t& run, std::size_t first) const
+{
+    return cal_agreement(signal_setting.format, run.result.meas_symbols, signal, first);
 }
 } // namespace dma_test

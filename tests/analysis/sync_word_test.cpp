@@ -22,24 +22,9 @@ using symbols_t = std::vector<std::uint32_t>;
 constexpr const char* not_found_text = "Pattern Not Found!\n";
 
 /// QPSK with the usual word at symbol 301.
-struct qpsk_bench_t
+struct qpsk_bench_t : sync_bench_t
 {
-    explicit qpsk_bench_t(std::uint32_t position = 301)
-        : signal_setting(make_sync_signal(signal_format_t::qpsk, position, 17)), signal(make_signal(signal_setting)),
-          setting(make_sync_analysis(signal_setting))
-    {
-    }
-
-    sync_run_t run() const { return sync_run_t(signal.samples, setting); }
-    /// Measured symbols against those sent.
-    double agree(const sync_run_t& run, std::uint32_t first) const
-    {
-        return cal_agreement(signal_format_t::qpsk, run.result.meas_symbols, signal, first);
-    }
-
-    signal_setting_t signal_setting;
-    signal_t signal;
-    analysis_setting_t setting;
+    explicit qpsk_bench_t(std::uint32_t position = 301) : sync_bench_t(make_sync_signal(signal_format_t::qpsk, position, 17)) {}
 };
 
 // The first decoded symbol: the one centred up to a symbol in front of the nominal place, at 0.3 symbols behind symbol 89.
@@ -101,7 +86,7 @@ TEST(SyncWord, ThatIsEmptyIsFoundAtTheStart)
 TEST(SyncWord, ThatWasSetForAnotherFormatIsFittedToTheSymbols)
 {
     const signal_setting_t signal_setting = make_sync_signal(signal_format_t::psk8, 301, 18);
-    const signal_t signal = make_signal(signal_setting);
+    const signal_t signal = make_sync_record(signal_setting);
     analysis_setting_t setting = make_sync_analysis(signal_setting);
     const std::string word = setting.sync_bits;
     const auto run_with = [&](const std::string& bits)
@@ -156,7 +141,7 @@ TEST(SyncWord, StandsForTheFirstOfTwo)
     // The same word once more, 200 symbols on: shift the data and lay them over each other.
     signal_setting_t second = bench.signal_setting;
     second.sync_position = 450;
-    const signal_t other = make_signal(second);
+    const signal_t other = make_sync_record(second);
     vrim::complex_array capture = bench.signal.samples;
     std::copy(other.samples.begin() + 4 * 350, other.samples.end(), capture.begin() + 4 * 350);
     const sync_run_t run(capture, bench.setting);
@@ -172,10 +157,11 @@ TEST(SyncWord, IsFoundAtEveryRateOfTheResultsAndOfTheCapture)
         {
             signal_setting_t signal_setting = make_sync_signal(format, 301, 19);
             signal_setting.sample_rate = sample_rate;
-            const signal_t signal = make_signal(signal_setting);
+            const signal_t signal = make_sync_record(signal_setting);
             for (const std::uint32_t points : { 1U, 2U, 4U, 5U, 6U, 8U, 10U, 20U })
             {
-                SCOPED_TRACE(testing::Message() << get_signal_format(format).name << " " << sample_rate << " Hz " << points << " points");
+                SCOPED_TRACE(testing::Message() << get_signal_format(format).name << " " << sample_rate << " Hz " << points
+                                                << " points");
                 analysis_setting_t setting = make_sync_analysis(signal_setting);
                 setting.points_per_symbol = points;
                 const sync_run_t run(signal.samples, setting);
@@ -195,7 +181,7 @@ TEST(SyncWord, IsFoundInAMirroredCaptureThatIsInverted)
     {
         SCOPED_TRACE(get_signal_format(format).name);
         const signal_setting_t signal_setting = make_sync_signal(format, 301, 20);
-        const signal_t signal = make_signal(signal_setting);
+        const signal_t signal = make_sync_record(signal_setting);
         vrim::complex_array mirrored = signal.samples;
         for (std::complex<float>& sample : mirrored)
             sample = std::conj(sample);
@@ -210,15 +196,17 @@ TEST(SyncWord, IsFoundInAMirroredCaptureThatIsInverted)
 
 TEST(SyncWord, IsFoundBehindTheEqualizer)
 {
-    // It runs the search in each of its passes and takes some run-in more.
+    // It runs the search in each of its passes and takes 23 symbols of run-in more.
     for (const signal_format_t format : { signal_format_t::qpsk, signal_format_t::qam16, signal_format_t::dqpsk_pi_4,
-                                          signal_format_t::fsk2, signal_format_t::oqpsk })
+                                          signal_format_t::fsk2, signal_format_t::fsk32, signal_format_t::fsk64,
+                                          signal_format_t::oqpsk })
     {
         SCOPED_TRACE(get_signal_format(format).name);
         signal_setting_t signal_setting = make_sync_signal(format, 301, 33);
-        signal_setting.symbol_count += 96;
-        const signal_t signal = make_signal(signal_setting);
-        const analysis_setting_t setting = make_sync_analysis(signal_setting);
+        signal_setting.symbol_count += 128; // whole runs of tones
+        const signal_t signal = make_sync_record(signal_setting);
+        analysis_setting_t setting = make_sync_analysis(signal_setting);
+        setting.search_length += (64.0 - 23.0) / signal_setting.symbol_rate; // whole runs of tones again
         lib_dma_frame_configure_manager_t frame = make_frame(setting);
         frame.get_segment(0).get_advance_configure().set_equalizer(true);
         const sync_run_t run(signal.samples, frame, setting.sample_rate);
@@ -244,7 +232,7 @@ TEST(SyncWord, LeavesNothingToTheNextRunOfTheSameAnalyser)
     EXPECT_FALSE(analyser.get_data_manager().get_decode_bit_flag(0));
 }
 
-// Offsets of the window against the word, QPSK
+// Offsets of the window against the word, QPSK where nothing else is said
 
 struct offset_case_t
 {
@@ -252,6 +240,33 @@ struct offset_case_t
     std::int32_t window; ///< first symbol of the window against the word
     std::int32_t moved;  ///< whole offset, rounded down: the decoded symbols start so far in front of the word
 };
+
+/// @param word  symbol at which it stands
+void expect_moved_window(sync_bench_t& bench, std::uint32_t word, const offset_case_t& one)
+{
+    bench.setting.sync_offset = one.offset;
+    const sync_run_t run = bench.run();
+    ASSERT_TRUE(run.result.sync_found);
+    EXPECT_TRUE(run.decode_flag);
+    EXPECT_TRUE(run.result.messages.empty());
+    const std::uint32_t first = static_cast<std::uint32_t>(static_cast<std::int32_t>(word) + one.window);
+    EXPECT_EQ(run.result.meas_symbols.size(), sync_interval);
+    EXPECT_GT(bench.agree(run, first), 0.99);
+    const double start = static_cast<double>(run.result.result_start) * bench.signal.symbol_rate / bench.signal.sample_rate;
+    EXPECT_NEAR(start, static_cast<double>(first) + bench.signal_setting.timing_symbols, 1.02);
+    // The decoded symbols go from the word less the whole offset to the end of the window.
+    const std::uint32_t begin = static_cast<std::uint32_t>(static_cast<std::int32_t>(word) - one.moved);
+    const std::uint32_t end = first + sync_interval;
+    if (begin < end)
+    {
+        EXPECT_EQ(run.result.decoded, cut_symbols(bench.signal, begin, end));
+    }
+    else // a length below 0 stands for everything that follows
+    {
+        EXPECT_GT(run.result.decoded.size(), 200U);
+        EXPECT_EQ(run.result.decoded, cut_symbols(bench.signal, begin, begin + run.result.decoded.size()));
+    }
+}
 
 TEST(SyncOffset, MovesTheWindowByItsBitsRoundedToSymbols)
 {
@@ -266,26 +281,22 @@ TEST(SyncOffset, MovesTheWindowByItsBitsRoundedToSymbols)
     {
         SCOPED_TRACE(testing::Message() << "offset " << one.offset);
         qpsk_bench_t bench(word);
-        bench.setting.sync_offset = one.offset;
-        const sync_run_t run = bench.run();
-        ASSERT_TRUE(run.result.sync_found);
-        EXPECT_TRUE(run.decode_flag);
-        EXPECT_TRUE(run.result.messages.empty());
-        const std::uint32_t first = static_cast<std::uint32_t>(static_cast<std::int32_t>(word) + one.window);
-        EXPECT_EQ(run.result.meas_symbols.size(), sync_interval);
-        EXPECT_GT(bench.agree(run, first), 0.99);
-        EXPECT_NEAR(static_cast<double>(run.result.result_start) / 4.0, static_cast<double>(first) + 0.3, 1.02);
-        // The decoded symbols go from the word less the whole offset to the end of the window.
-        const std::uint32_t begin = static_cast<std::uint32_t>(static_cast<std::int32_t>(word) - one.moved);
-        const std::uint32_t end = first + sync_interval;
-        if (begin < end)
+        expect_moved_window(bench, word, one);
+    }
+}
+
+TEST(SyncOffset, CountsInWholeSymbolsOf32And64Tones)
+{
+    // One bit a symbol.
+    constexpr std::uint32_t word = 301;
+    for (const signal_format_t format : { signal_format_t::fsk32, signal_format_t::fsk64 })
+    {
+        for (const offset_case_t& one : { offset_case_t{ 5.0f, 5, 5 }, offset_case_t{ 0.99f, 0, 0 }, offset_case_t{ 1.75f, 1, 1 },
+                                          offset_case_t{ -0.25f, -1, -1 }, offset_case_t{ -20.0f, -20, -20 } })
         {
-            EXPECT_EQ(run.result.decoded, cut_symbols(bench.signal, begin, end));
-        }
-        else // a length below 0 stands for everything that follows
-        {
-            EXPECT_GT(run.result.decoded.size(), 200U);
-            EXPECT_EQ(run.result.decoded, cut_symbols(bench.signal, begin, begin + run.result.decoded.size()));
+            SCOPED_TRACE(testing::Message() << get_signal_format(format).name << " offset " << one.offset);
+            sync_bench_t bench(make_sync_signal(format, word, 22));
+            expect_moved_window(bench, word, one);
         }
     }
 }
