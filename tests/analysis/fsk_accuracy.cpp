@@ -161,10 +161,10 @@ accuracy_section_t measure_fsk_clean_spread()
     accuracy_section_t section = {
         "FSK: clean signals, spread over the data",
         "As in the section before, " + print_seeds(count) +
-            ", the run in the middle and the worst one. Runs of 8 are cut when they begin at the first symbol of the record: "
-            "the first and the last of those that count lack symbols, and a surplus of 1 in 1,104 symbols is 0.09 % of EVM. "
-            "Symbols that are drawn one by one have a surplus of some 3 %. The noise that the data make in the clock estimate "
-            "falls with the roll-off; longer filters change it little",
+            ", from the median to the worst run. Runs of 8 are cut when they begin at the first symbol of the record: the first "
+            "and the last of those that count lack symbols. Symbols that are drawn one by one leave a surplus of one outer tone "
+            "of some 3 (2FSK), 4 (4FSK) and 6 % (8FSK). As much as it comes back as EVM. The noise that the data make in the "
+            "clock estimate falls with the roll-off; longer filters change it little",
         {}
     };
     for (const signal_format_t format : shaped_formats)
@@ -225,9 +225,9 @@ accuracy_section_t measure_fsk_noisy_spread(std::uint64_t count)
     accuracy_section_t section = {
         "FSK: signals with noise, spread",
         "As in the section before, " + print_seeds(count) +
-            "; the bounds are those of that section. The lower one is 1.6 standard deviations of the rms of 1,024 symbols below "
-            "theory at roll-off 0.35. The single highest and lowest symbol say which symbols of 8FSK are outer tones: where "
-            "noise moves them far, the carrier comes from a part of those tones",
+            "; the bounds are those of that section. The lower one stands 2.2 standard deviations of single runs below their "
+            "mean at roll-off 0.35 and 3.2 at 0.5. Of 8FSK the highest and the lowest symbol alone set the borders of the outer "
+            "tones: where noise puts one far out, few symbols of its tone are left for the carrier",
         {}
     };
     for (const double alpha : { 0.35, 0.5 })
@@ -328,11 +328,11 @@ accuracy_section_t measure_fsk_carrier(std::uint64_t count)
     accuracy_section_t section = {
         "FSK: carrier",
         "As with clean signals, " + print_seeds(count) +
-            " each. Runs of 8 with equally frequent tones begin at the first symbol of the record, so that those that count "
-            "are cut and a few symbols of one tone are too many. The truth is the offset and what the surplus adds, deviation * "
-            "(n1 - n2) / (n1 + n2). Symbols that are drawn one by one have a surplus of some 3 %, and of their deviation the "
-            "part counts that the means over a sample leave. The EVM of balanced data shows what an offset costs: the clock is "
-            "estimated from frequencies that hold it still",
+            " each. Runs of 8 symbols with equally frequent tones begin at the first symbol of the record, so that a few symbols "
+            "of one tone are too many among those that count. The truth is the offset and what this surplus adds, deviation * "
+            "(n1 - n2) / (n1 + n2). Of symbols that are drawn one by one it is some 3 %, and the deviation in its truth is the "
+            "one that means over a sample leave. The EVM of balanced data shows what an offset costs: the clock is estimated "
+            "before the offset is gone, and takes more of the data for noise",
         {}
     };
     for (const double offset : { 0.0, 1234.5, -0.1e6, 0.5e6, -1.0e6, 1.0e6 })

@@ -49,8 +49,7 @@ TEST(FskBalancedData, HaveEveryToneEquallyOftenInWholeRunsOfTheSymbolsThatCount)
 
 TEST(FskBalancedData, HaveEachOfThe70RunsOfTwoTonesOnceInADeck)
 {
-    const signal_setting_t setting =
-        make_balanced_fsk_signal(signal_format_t::fsk2, signal_pulse_t::gaussian, 0.5, 1);
+    const signal_setting_t setting = make_balanced_fsk_signal(signal_format_t::fsk2, signal_pulse_t::gaussian, 0.5, 1);
     const std::vector<std::uint32_t>& symbols = setting.sync_symbols;
     for (const std::size_t deck : { 50, 50 + 70 * 8 })
     {
@@ -79,7 +78,8 @@ TEST(FskAccuracy, CleanTonesHaveLittleEvmAndTheirDeviation)
 
 TEST(FskAccuracy, NoiseComesBackAsTheFrequencyErrorThatItIs)
 {
-    expect_bars(measure_fsk_noisy_runs(seed_count), 2 * 3 * 4);
+    // All seeds in every build: fewer leave the rms over the runs to chance.
+    expect_bars(measure_fsk_noisy_runs(), 2 * 3 * 4);
 }
 
 TEST(FskAccuracy, NoiseLeavesFewRunsOutside)

@@ -19,9 +19,9 @@ constexpr std::uint32_t fsk_counted = fsk_interval + fsk_run_in - 2 * fsk_first_
 /// Clean FSK of `sps` samples a symbol, a deviation of a quarter of the symbol rate, and tones equally frequent in every run of 8
 /// or, with more tones than that, of one symbol each.
 signal_setting_t make_fsk_signal(signal_format_t format, signal_pulse_t pulse, double shape, std::uint32_t sps = 8);
-/// The same with data of their own for each seed, which are balanced where symbols count: whole runs of 8, or of one symbol each of
-/// 16 tones, begin with the first symbol that counts and end with the last one. Of two tones these runs are all the 70 that there
-/// are, each once, in an order by the seed, and then again.
+/// The same with data of their own for each seed, which are balanced where symbols count: whole runs of 8, or of one symbol each
+/// of 16 tones, begin with the first symbol that counts and end with the last one. Of two tones these runs are all the 70 that
+/// there are, each once, in an order by the seed, and then again in another order.
 /// @throws std::invalid_argument for more than 16 tones: the symbols that count are no whole runs
 signal_setting_t make_balanced_fsk_signal(signal_format_t format, signal_pulse_t pulse, double shape, std::uint64_t seed);
 /// Its analysis with filters of 16 symbols: the root raised cosine pair, for the other pulses their reference alone.
