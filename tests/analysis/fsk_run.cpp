@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <signal_random.h>
+#include <stdexcept>
+#include <utility>
 
 namespace dma_test
 {
@@ -10,10 +13,50 @@ namespace
 {
 using namespace vrim::dma_demod_lib;
 
-constexpr std::uint32_t run_in_symbols = 180;
 constexpr std::uint32_t spare_symbols = 20;
-constexpr std::size_t first_counted = 50;
-constexpr std::size_t counted_stop = first_counted + fsk_interval + run_in_symbols - 2 * first_counted;
+// Keeps the data apart from the symbols around the record, which are drawn with the same seed.
+constexpr std::uint64_t data_stream = 0xD1B54A32D192ED03ULL;
+
+using run_t = std::vector<std::uint32_t>;
+
+template <typename value_t> void shuffle(std::vector<value_t>& values, signal_random_t& random)
+{
+    for (std::size_t left = values.size(); left > 1; --left)
+        std::swap(values[left - 1], values[random.get_index(static_cast<std::uint32_t>(left))]);
+}
+
+/// Runs in which each tone is equally frequent: of two tones all that there are, of more tones one.
+std::vector<run_t> draw_deck(std::uint32_t order, std::uint32_t length, signal_random_t& random)
+{
+    run_t run;
+    for (std::uint32_t symbol = 0; symbol < order; ++symbol)
+        run.insert(run.end(), length / order, symbol);
+    std::vector<run_t> deck;
+    if (order > 2)
+    {
+        shuffle(run, random);
+        deck.push_back(run);
+        return deck;
+    }
+    do
+    {
+        deck.push_back(run);
+    } while (std::next_permutation(run.begin(), run.end()));
+    shuffle(deck, random);
+    return deck;
+}
+
+/// At least `count` symbols, whole decks.
+run_t draw_balanced(std::uint32_t order, std::uint32_t length, std::size_t count, signal_random_t& random)
+{
+    run_t symbols;
+    while (symbols.size() < count)
+    {
+        for (const run_t& run : draw_deck(order, length, random))
+            symbols.insert(symbols.end(), run.begin(), run.end());
+    }
+    return symbols;
+}
 } // namespace
 
 signal_setting_t make_fsk_signal(signal_format_t format, signal_pulse_t pulse, double shape, std::uint32_t sps)
@@ -26,11 +69,28 @@ signal_setting_t make_fsk_signal(signal_format_t format, signal_pulse_t pulse, d
     setting.sample_rate = sps * fsk_symbol_rate;
     setting.balanced_run = std::max(8U, get_order(format));
     // Whole runs.
-    const std::uint32_t least = fsk_interval + run_in_symbols + spare_symbols;
+    const std::uint32_t least = fsk_interval + fsk_run_in + spare_symbols;
     setting.symbol_count = (least + setting.balanced_run - 1) / setting.balanced_run * setting.balanced_run;
     setting.deviation_hz = 0.25 * fsk_symbol_rate;
     setting.timing_symbols = 0.3;
     setting.half_span_symbols = 80;
+    return setting;
+}
+
+signal_setting_t make_balanced_fsk_signal(signal_format_t format, signal_pulse_t pulse, double shape, std::uint64_t seed)
+{
+    signal_setting_t setting = make_fsk_signal(format, pulse, shape);
+    const std::uint32_t order = get_order(format);
+    const std::uint32_t length = std::exchange(setting.balanced_run, 0);
+    if (fsk_counted % length != 0)
+        throw std::invalid_argument("the symbols that count are no whole runs of so many tones");
+    setting.seed = seed;
+    signal_random_t random(seed ^ data_stream);
+    const run_t front = draw_balanced(order, length, fsk_first_counted, random);
+    const run_t rest = draw_balanced(order, length, setting.symbol_count - fsk_first_counted, random);
+    setting.sync_symbols.assign(front.end() - fsk_first_counted, front.end());
+    setting.sync_symbols.insert(setting.sync_symbols.end(), rest.begin(), rest.end());
+    setting.sync_symbols.resize(setting.symbol_count);
     return setting;
 }
 
@@ -89,7 +149,7 @@ double cal_symbol_frequency(const signal_setting_t& setting, const signal_t& sig
 fsk_truth_t cal_fsk_truth(const signal_setting_t& setting, const signal_t& signal)
 {
     std::vector<double> frequencies;
-    for (std::size_t k = first_counted; k < counted_stop; ++k)
+    for (std::size_t k = fsk_first_counted; k < fsk_first_counted + fsk_counted; ++k)
         frequencies.push_back(cal_symbol_frequency(setting, signal, k));
     const auto [low, high] = std::minmax_element(frequencies.begin(), frequencies.end());
     // Outer tones: beyond half a step from the extremes of a scale of as many tones.
