@@ -109,6 +109,7 @@ int main()
         dma_test::measure_fsk_clean_runs(),
         dma_test::measure_fsk_clean_spread(),
         dma_test::measure_fsk_noisy_runs(),
+        dma_test::measure_fsk_noisy_spread(),
         dma_test::measure_fsk_gaussian_runs(),
         dma_test::measure_fsk_gaussian_spread(),
         dma_test::measure_fsk_carrier(),
