@@ -55,6 +55,7 @@ struct msk_runs_t
     figure_t evm;
     figure_t frequency;        ///< Hz off the offset
     std::uint64_t lost = 0;    ///< runs without a measurement, or with a tenth of the bits wrong
+    std::uint64_t turned = 0;  ///< runs that were not lost with an EVM above 100 %
     std::uint64_t failed = 0;  ///< runs with a wrong bit
     std::uint64_t wrong = 0;   ///< bits of the runs that were not lost
 
@@ -65,6 +66,7 @@ struct msk_runs_t
         frequency.add(get_frequency_deviation(run.result, setting.carrier_offset_hz));
         const bool is_lost = !run.result.locked() || 10 * run.match.differing > analysis.meas_interval;
         lost += is_lost ? 1 : 0;
+        turned += !is_lost && run.get_evm() > 100.0 ? 1 : 0;
         failed += is_lost || run.match.differing > 0 ? 1 : 0;
         wrong += is_lost ? 0 : run.match.differing;
     }
@@ -251,7 +253,7 @@ accuracy_section_t measure_msk_bits()
 
 accuracy_section_t measure_msk_bits_in_strong_noise()
 {
-    constexpr std::uint64_t count = 30;
+    constexpr std::uint64_t count = 100;
     struct
     {
         bool filtered;
@@ -259,16 +261,19 @@ accuracy_section_t measure_msk_bits_in_strong_noise()
     } const cases[] = { { false, 17.0 }, { false, 15.0 }, { true, 15.0 }, { true, 12.0 }, { true, 10.0 } };
     accuracy_section_t section = {
         "MSK and GMSK: bits in strong noise",
-        "30 runs of 1,024 bits at each of 2, 4, 5, 8 and 10 points per symbol, " + print_seeds(count) +
-            ", from the best of them to the worst. A run is lost when a tenth of its bits is wrong; wrong bits are those of the "
-            "others",
+        "Runs of 1,024 bits at each of 2, 4, 5, 8 and 10 points per symbol, " + print_seeds(count) +
+            ", from the best count of points to the worst. A run is lost when a tenth of its bits is wrong. Of the others some "
+            "have an EVM above 100 %: the quarter turn between measurement and reference is read at one sample, and noise of "
+            "more than 45 degrees there reads it wrong",
         {}
     };
+    const std::string share = " of " + std::to_string(count);
     for (const msk_shape_t& shape : msk_shapes)
     {
         for (const auto& noise : cases)
         {
             figure_t lost;
+            figure_t turned;
             figure_t wrong;
             for (const std::uint32_t points : point_counts)
             {
@@ -283,12 +288,17 @@ accuracy_section_t measure_msk_bits_in_strong_noise()
                     runs.add(setting, analysis);
                 }
                 lost.add(static_cast<double>(runs.lost));
+                turned.add(static_cast<double>(runs.turned));
                 wrong.add(static_cast<double>(runs.wrong));
             }
             const std::string what =
                 print("%g", noise.snr_db) + " dB, " + (noise.filtered ? "rectangular" : "no") + " measurement filter, ";
-            section.rows.push_back(make_free_row(what + "lost runs of 30", shape, "", lost.get_low(), lost.get_high(), 0));
-            section.rows.push_back(make_free_row(what + "wrong bits", shape, "", wrong.get_low(), wrong.get_high(), 0));
+            section.rows.push_back(
+                make_free_row(what + "lost runs" + share, shape, "", lost.get_low(), lost.get_high(), 0));
+            section.rows.push_back(
+                make_free_row(what + "others above 100 %", shape, "", turned.get_low(), turned.get_high(), 0));
+            section.rows.push_back(
+                make_free_row(what + "wrong bits of the others", shape, "", wrong.get_low(), wrong.get_high(), 0));
         }
     }
     return section;

@@ -98,7 +98,7 @@ TEST(MskAccuracy, FindsAWordAtEveryCarrierPhase)
 {
     for (const msk_shape_t& shape : msk_shapes)
     {
-        for (int step = 0; step < 16; ++step)
+        for (int step = 0; step < 16; step += small_grids ? 5 : 1)
         {
             signal_setting_t setting = make_msk_setting(shape, interval, 51);
             setting.carrier_phase = step * pi / 8.0;
@@ -149,6 +149,7 @@ TEST(MskAccuracy, ShowsWhatTheBandwidthCutsOff)
         { 5.0e6, 20.0e6, { 0.25, 0.3 } },
         { 5.0e6, 24.0e6, { 0.3, 0.35 } },
         { 1.0e6, 4.0e6, { 0.25, 0.3 } },
+        { 1.0e6, 8.0e6, { 0.45, 0.5 } },
     };
     for (const auto& band : cases)
     {
