@@ -53,11 +53,11 @@ struct msk_runs_t
 {
     figure_t bare_evm; ///< of the demodulator alone
     figure_t evm;
-    figure_t frequency;        ///< Hz off the offset
-    std::uint64_t lost = 0;    ///< runs without a measurement, or with a tenth of the bits wrong
-    std::uint64_t turned = 0;  ///< runs that were not lost with an EVM above 100 %
-    std::uint64_t failed = 0;  ///< runs with a wrong bit
-    std::uint64_t wrong = 0;   ///< bits of the runs that were not lost
+    figure_t frequency;       ///< Hz off the offset
+    std::uint64_t lost = 0;   ///< runs without a measurement, or with a tenth of the bits wrong
+    std::uint64_t turned = 0; ///< runs that were not lost with an EVM above 100 %
+    std::uint64_t failed = 0; ///< runs with a wrong bit
+    std::uint64_t wrong = 0;  ///< bits of the runs that were not lost
 
     void add(const signal_setting_t& setting, const analysis_setting_t& analysis)
     {
@@ -84,7 +84,8 @@ struct msk_runs_t
 accuracy_row_t make_figure_row(const std::string& what, const msk_shape_t& shape, const char* unit, double bar_low,
                                double bar_high, const figure_t& figure, int digits)
 {
-    return make_row(print_shape(shape) + what, shape.format, unit, bar_low, bar_high, figure.get_low(), figure.get_high(), digits);
+    return make_row(print_shape(shape) + what, shape.format, unit, bar_low, bar_high, figure.get_low(), figure.get_high(),
+                    digits);
 }
 
 accuracy_row_t make_free_row(const std::string& what, const msk_shape_t& shape, const char* unit, double low, double high,
@@ -95,8 +96,8 @@ accuracy_row_t make_free_row(const std::string& what, const msk_shape_t& shape, 
 
 accuracy_row_t make_count_row(const std::string& what, const msk_shape_t& shape, std::uint64_t count)
 {
-    return make_row(print_shape(shape) + what, shape.format, "", 0.0, 0.0, static_cast<double>(count),
-                    static_cast<double>(count), 0);
+    return make_row(print_shape(shape) + what, shape.format, "", 0.0, 0.0, static_cast<double>(count), static_cast<double>(count),
+                    0);
 }
 
 void add_spread(accuracy_section_t& section, const std::string& what, const msk_shape_t& shape, const figure_t& figure)
@@ -112,8 +113,9 @@ accuracy_section_t measure_msk_clean_runs()
 {
     accuracy_section_t section = {
         "MSK and GMSK: clean signals",
-        "1,024 symbols at 8 samples each, 8 points per symbol, pulses of 80 symbols, no measurement filter, reference filter none "
-        "with MSK and Gaussian with GMSK, offset 1,234.5 Hz, " + print_seeds(quick_runs) +
+        "1,024 symbols at 8 samples each, 8 points per symbol, pulses of 80 symbols, no measurement filter, reference filter "
+        "none with MSK and Gaussian with GMSK, offset 1,234.5 Hz, " +
+            print_seeds(quick_runs) +
             ". MSK has no band limit: the filter in front, which ends at 0.45 of the sample rate, cuts off most where the bits "
             "begin on samples, and that is in the figure of the whole analysis",
         {}
@@ -140,7 +142,8 @@ accuracy_section_t measure_msk_clean_runs()
 accuracy_section_t measure_msk_clean_spread()
 {
     accuracy_section_t section = { "MSK and GMSK: clean signals, spread over data and timing",
-                                   "As in the section before, " + print_seeds(spread_runs), {} };
+                                   "As in the section before, " + print_seeds(spread_runs),
+                                   {} };
     for (const msk_shape_t& shape : msk_shapes)
     {
         msk_runs_t runs;
@@ -151,8 +154,8 @@ accuracy_section_t measure_msk_clean_spread()
         }
         add_spread(section, "EVM, the demodulator alone", shape, runs.bare_evm);
         add_spread(section, "EVM, whole analysis", shape, runs.evm);
-        section.rows.push_back(make_free_row("frequency error off the offset", shape, "Hz", runs.frequency.get_low(),
-                                             runs.frequency.get_high(), 2));
+        section.rows.push_back(
+            make_free_row("frequency error off the offset", shape, "Hz", runs.frequency.get_low(), runs.frequency.get_high(), 2));
     }
     return section;
 }
@@ -212,7 +215,8 @@ accuracy_section_t measure_msk_noisy_runs()
 accuracy_section_t measure_msk_noisy_spread()
 {
     accuracy_section_t section = { "MSK and GMSK: signals with noise, spread",
-                                   "As in the section before, " + print_seeds(spread_runs), {} };
+                                   "As in the section before, " + print_seeds(spread_runs),
+                                   {} };
     for (const msk_shape_t& shape : msk_shapes)
     {
         msk_runs_t runs;
@@ -223,8 +227,8 @@ accuracy_section_t measure_msk_noisy_spread()
             runs.add(setting);
         }
         add_spread(section, "EVM", shape, runs.evm);
-        section.rows.push_back(make_free_row("frequency error off the offset", shape, "Hz", runs.frequency.get_low(),
-                                             runs.frequency.get_high(), 2));
+        section.rows.push_back(
+            make_free_row("frequency error off the offset", shape, "Hz", runs.frequency.get_low(), runs.frequency.get_high(), 2));
     }
     return section;
 }
@@ -232,7 +236,8 @@ accuracy_section_t measure_msk_noisy_spread()
 accuracy_section_t measure_msk_bits()
 {
     accuracy_section_t section = { "MSK and GMSK: bits",
-                                   "As with clean signals, Es/N0 20 dB, runs of 1,024 bits, " + print_seeds(quick_runs), {} };
+                                   "As with clean signals, Es/N0 20 dB, runs of 1,024 bits, " + print_seeds(quick_runs),
+                                   {} };
     for (const msk_shape_t& shape : msk_shapes)
     {
         for (const std::uint32_t points : point_counts)
@@ -293,10 +298,8 @@ accuracy_section_t measure_msk_bits_in_strong_noise()
             }
             const std::string what =
                 print("%g", noise.snr_db) + " dB, " + (noise.filtered ? "rectangular" : "no") + " measurement filter, ";
-            section.rows.push_back(
-                make_free_row(what + "lost runs" + share, shape, "", lost.get_low(), lost.get_high(), 0));
-            section.rows.push_back(
-                make_free_row(what + "others above 100 %", shape, "", turned.get_low(), turned.get_high(), 0));
+            section.rows.push_back(make_free_row(what + "lost runs" + share, shape, "", lost.get_low(), lost.get_high(), 0));
+            section.rows.push_back(make_free_row(what + "others above 100 %", shape, "", turned.get_low(), turned.get_high(), 0));
             section.rows.push_back(
                 make_free_row(what + "wrong bits of the others", shape, "", wrong.get_low(), wrong.get_high(), 0));
         }
@@ -367,8 +370,7 @@ accuracy_section_t measure_msk_carrier_range()
                 reach.add(offset / 1e6);
             }
             const std::string noise = std::isfinite(snr_db) ? print("Es/N0 %g dB", snr_db) : "clean";
-            section.rows.push_back(
-                make_free_row(noise + ", reach", shape, "symbol rates", reach.get_low(), reach.get_high(), 4));
+            section.rows.push_back(make_free_row(noise + ", reach", shape, "symbol rates", reach.get_low(), reach.get_high(), 4));
         }
     }
     return section;

@@ -101,12 +101,11 @@ void add_spread(accuracy_section_t& section, const std::string& what, const oqps
 
 accuracy_section_t measure_oqpsk_clean_runs()
 {
-    accuracy_section_t section = {
-        "OQPSK: clean signals",
-        "1,024 symbols at 8 samples each, pulses of 128 symbols, offset 1,234.5 Hz, EVM in percent of the constellation's maximum, "
-        "every second run on the grid of whole symbols, " + print_seeds(quick_runs),
-        {}
-    };
+    accuracy_section_t section = { "OQPSK: clean signals",
+                                   "1,024 symbols at 8 samples each, pulses of 128 symbols, offset 1,234.5 Hz, EVM in percent of "
+                                   "the constellation's maximum, every second run on the grid of whole symbols, " +
+                                       print_seeds(quick_runs),
+                                   {} };
     for (const double roll_off : roll_offs)
     {
         oqpsk_runs_t runs;
@@ -123,7 +122,8 @@ accuracy_section_t measure_oqpsk_clean_runs()
 accuracy_section_t measure_oqpsk_clean_spread()
 {
     accuracy_section_t section = { "OQPSK: clean signals, spread over the data",
-                                   "As in the section before, " + print_seeds(spread_runs), {} };
+                                   "As in the section before, " + print_seeds(spread_runs),
+                                   {} };
     for (const double roll_off : roll_offs)
     {
         oqpsk_runs_t runs;
@@ -171,7 +171,8 @@ accuracy_section_t measure_oqpsk_noisy_runs()
 accuracy_section_t measure_oqpsk_noisy_spread()
 {
     accuracy_section_t section = { "OQPSK: signals with noise, spread",
-                                   "As in the section before, " + print_seeds(spread_runs), {} };
+                                   "As in the section before, " + print_seeds(spread_runs),
+                                   {} };
     for (const double roll_off : roll_offs)
     {
         oqpsk_runs_t runs;
@@ -184,8 +185,7 @@ accuracy_section_t measure_oqpsk_noisy_spread()
 
 accuracy_section_t measure_oqpsk_decisions()
 {
-    accuracy_section_t section = { "OQPSK: decisions",
-                                   "As with clean signals, SNR 20 dB, " + print_seeds(quick_runs), {} };
+    accuracy_section_t section = { "OQPSK: decisions", "As with clean signals, SNR 20 dB, " + print_seeds(quick_runs), {} };
     for (const double roll_off : roll_offs)
     {
         oqpsk_runs_t runs;
@@ -201,13 +201,11 @@ accuracy_section_t measure_oqpsk_strong_noise()
     constexpr std::uint64_t count = 100;
     constexpr double snr_db = 10.0;
     const double error_share = std::erfc(std::sqrt(0.5 * std::pow(10.0, snr_db / 10.0))); // of symbols, two rails
-    accuracy_section_t section = {
-        "OQPSK: decisions in strong noise",
-        "As with clean signals, SNR 10 dB, " + print_seeds(count) + ". Noise alone takes " +
-            print("%.1f", error_share * oqpsk_interval) + " wrong decisions in 1,024 symbols and " +
-            print("%.1f", error_share * 400.0) + " in 400",
-        {}
-    };
+    accuracy_section_t section = { "OQPSK: decisions in strong noise",
+                                   "As with clean signals, SNR 10 dB, " + print_seeds(count) + ". Noise alone takes " +
+                                       print("%.1f", error_share * oqpsk_interval) + " wrong decisions in 1,024 symbols and " +
+                                       print("%.1f", error_share * 400.0) + " in 400",
+                                   {} };
     for (const double roll_off : roll_offs)
     {
         for (const std::uint32_t interval : { oqpsk_interval, 400u })
@@ -265,7 +263,8 @@ accuracy_section_t measure_oqpsk_gaussian_runs()
 accuracy_section_t measure_oqpsk_gaussian_spread()
 {
     accuracy_section_t section = { "OQPSK: Gaussian pulses, spread over the data",
-                                   "As in the section before, " + print_seeds(spread_runs), {} };
+                                   "As in the section before, " + print_seeds(spread_runs),
+                                   {} };
     oqpsk_runs_t clean;
     oqpsk_runs_t noisy;
     for (std::uint64_t seed = 1; seed <= spread_runs; ++seed)
@@ -311,7 +310,8 @@ accuracy_section_t measure_oqpsk_half_sines()
     accuracy_section_t section = {
         "OQPSK: half sines",
         "1,024 clean symbols, no measurement filter, half sine reference, EVM in percent of the rms, over how far the centres of "
-        "the pulses lie beside the samples, " + print_seeds(count) +
+        "the pulses lie beside the samples, " +
+            print_seeds(count) +
             ". The kinks of the pulses reach beyond the Nyquist frequency; the filter in front cuts off what lies beyond 0.45 of "
             "the sample rate, and between the samples the rest has folded back",
         {}
