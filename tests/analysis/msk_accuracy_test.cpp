@@ -1,6 +1,8 @@
-#include "msk_run.h"
+#include "msk_accuracy.h"
 
-#include "message_capture.h"
+#include "accuracy_check.h"
+#include "frame_run.h"
+#include "msk_run.h"
 
 #include <cmath>
 #include <complex>
@@ -17,34 +19,6 @@ namespace
 {
 constexpr std::uint32_t interval = 1024;
 constexpr double pi = std::numbers::pi;
-
-/// EVM and frequency of the demodulator alone: the capture is its block, no filter in front.
-struct bare_run_t
-{
-    explicit bare_run_t(const signal_setting_t& setting)
-    {
-        const signal_t signal = make_signal(setting);
-        const lib_dma_frame_configure_manager_t frame = make_frame(make_msk_analysis(setting, interval, 8));
-        lib_dma_phy_data_manager_t store;
-        store.init();
-        store.set_config(frame);
-        lib_dma_demod_config_mgr config;
-        config.sample_rate = static_cast<std::uint64_t>(setting.sample_rate);
-        config.data_len = static_cast<std::uint32_t>(signal.samples.size());
-        config.pre_num = 8 * static_cast<std::uint32_t>(msk_run_in);
-        config.head_len = config.pre_num;
-        lib_dma_msk_demod_t demod;
-        demod.set_frame_configure(frame, 0, config);
-        const trace_capture_t traces;
-        measured = demod.lib_dma_msk_demod_process(0, {}, signal.samples, store, config);
-        evm = static_cast<double>(store.get_error_summary(0).evm_rms);
-        match = match_decoded(setting.format, store.get_decode_bit(0), signal.symbols, msk_run_in - 2, msk_run_in + 4);
-    }
-
-    bool measured = false;
-    double evm = 0.0;
-    decode_match_t match;
-};
 
 /// EVM in percent at the symbols that a low-pass filter leaves in a clean capture of 8 samples a symbol, whose symbols are
 /// centred on samples. The filter falls in a line from `pass` to `stop`, shares of the sample rate: the mean of windowed sine
@@ -83,21 +57,7 @@ double predict_band_limit(const signal_t& signal, std::size_t first_centre, doub
 
 TEST(MskAccuracy, ReadsLittleOnACleanSignal)
 {
-    for (const msk_shape_t& shape : msk_shapes)
-    {
-        for (std::uint64_t seed = 1; seed <= 8; ++seed)
-        {
-            signal_setting_t setting = make_msk_setting(shape, interval, seed);
-            setting.timing_symbols = 0.12 * static_cast<double>(seed);
-            setting.carrier_phase = 0.8 * static_cast<double>(seed);
-            setting.carrier_offset_hz = 1234.5;
-            SCOPED_TRACE(testing::Message() << shape.name << ", seed " << seed);
-            const bare_run_t bare(setting);
-            ASSERT_TRUE(bare.measured);
-            EXPECT_TRUE(bare.match.found);
-            EXPECT_LE(bare.evm, shape.format == signal_format_t::msk ? 0.3 : 0.4);
-        }
-    }
+    expect_bars(measure_msk_clean_runs(), 3 * 4);
 }
 
 TEST(MskAccuracy, MeasuresAtTheOtherResultRates)
@@ -121,68 +81,24 @@ TEST(MskAccuracy, MeasuresAtTheOtherResultRates)
 
 TEST(MskAccuracy, SeesTheNoiseOfTheWholeCapture)
 {
-    for (const msk_shape_t& shape : msk_shapes)
-    {
-        for (std::uint64_t seed = 1; seed <= 8; ++seed)
-        {
-            signal_setting_t setting = make_msk_setting(shape, interval, seed);
-            setting.timing_symbols = 0.12 * static_cast<double>(seed);
-            setting.carrier_phase = 0.8 * static_cast<double>(seed);
-            setting.carrier_offset_hz = -1234.5;
-            setting.snr_db = 30.0;
-            const msk_run_t run(setting, make_msk_analysis(setting, interval, 8));
-            SCOPED_TRACE(testing::Message() << shape.name << ", seed " << seed);
-            ASSERT_TRUE(run.result.locked());
-            EXPECT_TRUE(run.match.found);
-            // 8 samples a symbol without a filter: 100 % * sqrt(8 / 1000) = 8.9, less what the filters in front keep off.
-            EXPECT_GE(run.get_evm(), 7.5);
-            EXPECT_LE(run.get_evm(), 9.5);
-        }
-    }
+    expect_bars(measure_msk_noisy_runs(), 3 * 3);
 }
 
 TEST(MskAccuracy, ReadsEveryBitAtTwentyDecibels)
 {
-    for (const msk_shape_t& shape : msk_shapes)
-    {
-        for (std::uint64_t seed = 21; seed <= 32; ++seed)
-        {
-            signal_setting_t setting = make_msk_setting(shape, interval, seed);
-            setting.timing_symbols = 0.03 * static_cast<double>(seed);
-            setting.carrier_phase = 0.7 * static_cast<double>(seed);
-            setting.snr_db = 20.0;
-            const msk_run_t run(setting, make_msk_analysis(setting, interval, 8));
-            SCOPED_TRACE(testing::Message() << shape.name << ", seed " << seed);
-            ASSERT_TRUE(run.result.locked());
-            EXPECT_EQ(run.match.differing, 0u);
-        }
-    }
+    expect_bars(measure_msk_bits(), 3 * 5);
 }
 
 TEST(MskAccuracy, FindsTheCarrierWithinThreeInAThousand)
 {
-    for (const msk_shape_t& shape : msk_shapes)
-    {
-        for (const double offset : { 0.0, 250.0, -1000.0, 3000.0, -6000.0, 10000.0, -10000.0 })
-        {
-            signal_setting_t setting = make_msk_setting(shape, interval, 41);
-            setting.timing_symbols = 0.37;
-            setting.carrier_phase = 1.1;
-            setting.carrier_offset_hz = offset;
-            const msk_run_t run(setting, make_msk_analysis(setting, interval, 8));
-            SCOPED_TRACE(testing::Message() << shape.name << ", offset " << offset);
-            ASSERT_TRUE(run.result.locked());
-            EXPECT_TRUE(run.match.found);
-            EXPECT_NEAR(run.get_frequency(), offset, 0.003 * std::abs(offset) + 1.0);
-        }
-    }
+    expect_bars(measure_msk_carrier(), 3 * 8);
 }
 
 TEST(MskAccuracy, FindsAWordAtEveryCarrierPhase)
 {
     for (const msk_shape_t& shape : msk_shapes)
     {
-        for (int step = 0; step < 16; ++step)
+        for (int step = 0; step < 16; step += small_grids ? 5 : 1)
         {
             signal_setting_t setting = make_msk_setting(shape, interval, 51);
             setting.carrier_phase = step * pi / 8.0;
@@ -210,12 +126,11 @@ TEST(MskAccuracy, FindsAWordAtEveryCarrierPhase)
 TEST(MskAccuracy, TimesGaussianBitsWhoseDataHideTheClock)
 {
     // At BT 0.3 the data of one block of 64 bits in a thousand all but cancel the line at the bit rate.
-    for (std::uint64_t seed = 1; seed <= 60; ++seed)
+    for (std::uint64_t seed = 1; seed <= (small_grids ? 12 : 60); ++seed)
     {
         signal_setting_t setting = make_msk_setting(msk_shapes[2], interval, seed);
         setting.timing_symbols = std::fmod(0.0617 * static_cast<double>(seed), 1.0);
-        const bare_run_t bare(setting);
-        ASSERT_TRUE(bare.measured);
+        const msk_bare_run_t bare(setting, make_msk_analysis(setting, interval, 8));
         EXPECT_TRUE(bare.match.found) << "seed " << seed;
         EXPECT_LE(bare.evm, 0.4) << "seed " << seed;
     }

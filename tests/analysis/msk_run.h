@@ -1,11 +1,12 @@
 #pragma once
 
 #include "analysis_runner.h"
+#include "message_capture.h"
 
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <string>
+#include <limits>
 
 /// MSK and GMSK captures and their analyses.
 namespace dma_test
@@ -72,6 +73,35 @@ struct msk_run_t
 
     signal_t signal;
     analysis_result_t result;
+    decode_match_t match;
+};
+
+/// The demodulator alone: the capture is its block, no filter in front.
+struct msk_bare_run_t
+{
+    msk_bare_run_t(const signal_setting_t& setting, const analysis_setting_t& analysis)
+    {
+        using namespace vrim::dma_demod_lib;
+        const signal_t signal = make_signal(setting);
+        const lib_dma_frame_configure_manager_t frame = make_frame(analysis);
+        lib_dma_phy_data_manager_t store;
+        store.init();
+        store.set_config(frame);
+        lib_dma_demod_config_mgr config;
+        config.sample_rate = static_cast<std::uint64_t>(setting.sample_rate);
+        config.data_len = static_cast<std::uint32_t>(signal.samples.size());
+        config.pre_num = analysis.points_per_symbol * static_cast<std::uint32_t>(msk_run_in);
+        config.head_len = config.pre_num;
+        lib_dma_msk_demod_t demod;
+        demod.set_frame_configure(frame, 0, config);
+        const trace_capture_t traces;
+        if (!demod.lib_dma_msk_demod_process(0, {}, signal.samples, store, config))
+            return;
+        evm = static_cast<double>(store.get_error_summary(0).evm_rms);
+        match = match_decoded(setting.format, store.get_decode_bit(0), signal.symbols, msk_run_in - 2, msk_run_in + 4);
+    }
+
+    double evm = std::numeric_limits<double>::quiet_NaN(); ///< that of a failed run
     decode_match_t match;
 };
 } // namespace dma_test

@@ -6,6 +6,8 @@
 #include <dpsk_accuracy.h>
 #include <fsk_accuracy.h>
 #include <linear_accuracy.h>
+#include <msk_accuracy.h>
+#include <oqpsk_accuracy.h>
 #include <psk_accuracy.h>
 #include <string>
 #include <sync_accuracy.h>
@@ -113,6 +115,25 @@ int main()
         dma_test::measure_fsk_gaussian_runs(),
         dma_test::measure_fsk_gaussian_spread(),
         dma_test::measure_fsk_carrier(),
+        dma_test::measure_msk_clean_runs(),
+        dma_test::measure_msk_clean_spread(),
+        dma_test::measure_msk_sample_rates(),
+        dma_test::measure_msk_noisy_runs(),
+        dma_test::measure_msk_noisy_spread(),
+        dma_test::measure_msk_bits(),
+        dma_test::measure_msk_bits_in_strong_noise(),
+        dma_test::measure_msk_carrier(),
+        dma_test::measure_msk_carrier_range(),
+        dma_test::measure_oqpsk_clean_runs(),
+        dma_test::measure_oqpsk_clean_spread(),
+        dma_test::measure_oqpsk_noisy_runs(),
+        dma_test::measure_oqpsk_noisy_spread(),
+        dma_test::measure_oqpsk_decisions(),
+        dma_test::measure_oqpsk_strong_noise(),
+        dma_test::measure_oqpsk_gaussian_runs(),
+        dma_test::measure_oqpsk_gaussian_spread(),
+        dma_test::measure_oqpsk_carrier(),
+        dma_test::measure_oqpsk_half_sines(),
     };
     for (const dma_test::accuracy_section_t& section : sections)
     {
