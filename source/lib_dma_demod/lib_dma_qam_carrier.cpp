@@ -30,6 +30,7 @@ constexpr float steady_frequency = 0.00012207031f;
 // tried against those of slower passes, and the share of it that these have to stay below.
 constexpr double scattered_distance = 0.25;
 constexpr double better_distance = 0.8;
+constexpr std::size_t distance_symbols = 4096; // spread over the record, enough to know
 
 struct pass_gain_t
 {
@@ -165,11 +166,17 @@ double lib_dma_qam_demod_t::_cal_point_distance()
     if (judge_slicer_.empty())
         return 0.0;
     const double half_step = static_cast<double>(lib_dma_phy_common_t::qam_get_norm_param(qam_format).grid_unit);
+    const std::size_t stride = work.sync_symbol.size() / distance_symbols + 1;
     double sum = 0.0;
-    for (const std::complex<float> symbol : work.sync_symbol)
+    double count = 0.0;
+    for (std::size_t i = 0; i < work.sync_symbol.size(); i += stride)
+    {
+        const std::complex<float> symbol = work.sync_symbol[i];
         sum += static_cast<double>(std::norm(symbol - judge_slicer_.decide_point(symbol)));
+        count += 1.0;
+    }
     // Symbols anywhere in the square around a point are two thirds of the squared half step off it.
-    return sum / static_cast<double>(work.sync_symbol.size()) / (2.0 / 3.0 * half_step * half_step);
+    return sum / count / (2.0 / 3.0 * half_step * half_step);
 }
 
 bool lib_dma_qam_demod_t::qam_carrier_recovery_new(float_array& phase_line, double& residual_frequency,
@@ -179,17 +186,13 @@ bool lib_dma_qam_demod_t::qam_carrier_recovery_new(float_array& phase_line, doub
     residual_frequency = 0.0;
     demod_stage::deal_carrier_symbols(work.timing_data, setting.pre_num, setting.sps, work.sync_symbol);
     carrier_syn_info_t best = _find_best_pass();
-    const bool good = best.lock_ratio >= good_lock;
-    const complex_array symbols = good ? complex_array() : work.sync_symbol;
     if (!_fit_pass(best, phase_line, residual_frequency, fit_coefficients))
         return false;
-    if (!good)
-        _try_slow_passes(symbols, phase_line, residual_frequency, fit_coefficients);
+    _try_slow_passes(phase_line, residual_frequency, fit_coefficients);
     return true;
 }
 
-void lib_dma_qam_demod_t::_try_slow_passes(const complex_array& symbols, float_array& phase_line, double& residual_frequency,
-                                           float_array& fit_coefficients)
+void lib_dma_qam_demod_t::_try_slow_passes(float_array& phase_line, double& residual_frequency, float_array& fit_coefficients)
 {
     // Noise near the reach of the decisions throws the loops off for stretches, and a line through those is no line: at 30 dB 8 %
     // of 128QAM signals of 1,000 symbols would be lost, at 35 dB 4 % of 512QAM.
@@ -198,7 +201,8 @@ void lib_dma_qam_demod_t::_try_slow_passes(const complex_array& symbols, float_a
     {
         if (!(distance > scattered_distance))
             return;
-        complex_array kept = std::exchange(work.sync_symbol, symbols);
+        const complex_array kept = std::move(work.sync_symbol);
+        demod_stage::deal_carrier_symbols(work.timing_data, setting.pre_num, setting.sps, work.sync_symbol);
         carrier_syn_info_t slow = qam_carrier_coarse_syn(0.0f, 0.0f, gain.ki, gain.kp, gain_memory_default, gain_update_default,
                                                          get_recovery_gain(qam_format).lock_level);
         slow.lock_start = 0;
@@ -209,7 +213,7 @@ void lib_dma_qam_demod_t::_try_slow_passes(const complex_array& symbols, float_a
         const double slow_distance = _cal_point_distance();
         if (!fitted || !(slow_distance < better_distance * distance))
         {
-            work.sync_symbol = std::move(kept);
+            work.sync_symbol = kept;
             continue;
         }
         DMA_LOG_INFO("qam_carrier_recovery_new: the line of a slower pass fits better.\n");

@@ -114,9 +114,7 @@ private:
     bool _fit_pass(carrier_syn_info_t& pass, float_array& phase_line, double& residual_frequency,
                    float_array& fit_coefficients);
     /// Replaces a line that leaves the symbols off their points by that of a slower pass, if one does better.
-    /// @param symbols  as they were before the line was taken out of `work.sync_symbol`
-    void _try_slow_passes(const complex_array& symbols, float_array& phase_line, double& residual_frequency,
-                          float_array& fit_coefficients);
+    void _try_slow_passes(float_array& phase_line, double& residual_frequency, float_array& fit_coefficients);
     /// Mean squared distance of `work.sync_symbol` to the nearest points, 1 when there is no carrier phase; 0 without points.
     double _cal_point_distance();
 
