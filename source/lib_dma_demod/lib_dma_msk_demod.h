@@ -66,8 +66,8 @@ public:
     /// @param bits  0 and 1
     /// @return false, reported, when the measurement has no signal or a bit no samples
     bool ref_filter_generate(const float_array& bits, lib_dma_demod_config_mgr& config);
-    /// Turns the measured waveform by the quarter turns that it stands off the reference at its first sample, and brings both
-    /// to the result rate. @return true
+    /// Turns the measured waveform by the quarter turns that it stands off the reference at its first sample, or as a whole where
+    /// noise hides those of the first sample. Brings both to the result rate. @return true
     bool phase_ambiguity_cal();
     /// Decodes the bits, searches the sync word, cuts both waveforms to the window and scales them.
     /// @return false, reported, when reference or measurement have no level

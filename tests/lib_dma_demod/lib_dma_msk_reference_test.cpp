@@ -316,6 +316,30 @@ TEST(MskReference, CountsQuartersBetweenPhasesOnBothSidesOfHalfATurn)
     EXPECT_NEAR(std::arg(std::complex<double>(demod.work.meas_data[5])), 3.0, 1e-5);
 }
 
+TEST(MskReference, TakesTheTurnOfTheRecordWhereTheFirstSampleHidesIt)
+{
+    for (const double turn : { 0.0, pi / 2.0, pi, -pi / 2.0 })
+    {
+        for (const double noise : { 0.9, 1.5, 2.5, -0.9, -2.5, pi })
+        {
+            lib_dma_msk_demod_t demod = make_demod({}, 0);
+            for (int n = 0; n < 80; ++n)
+            {
+                demod.work.ref_data.emplace_back(std::polar(1.0, 0.2 * n));
+                demod.work.meas_data.emplace_back(std::polar(1.0, 0.2 * n + turn + 0.1));
+            }
+            demod.work.meas_data[0] *= std::complex<float>(std::polar(1.0, noise));
+            ASSERT_TRUE(demod.phase_ambiguity_cal());
+            for (std::size_t k = 1; k < demod.work.meas_data.size(); ++k)
+            {
+                const std::complex<double> ideal(demod.work.ref_data[k]);
+                EXPECT_NEAR(std::arg(std::complex<double>(demod.work.meas_data[k]) * std::conj(ideal)), 0.1, 1e-5)
+                    << turn << " " << noise;
+            }
+        }
+    }
+}
+
 TEST(MskReference, BringsBothWaveformsToTheResultRate)
 {
     // 8 samples a bit to 4 and to 2 points, sample n at value n; two bits of head leave the symbol arrays at their tail.
