@@ -195,7 +195,7 @@ bool lib_dma_qam_demod_t::qam_carrier_recovery_new(float_array& phase_line, doub
 void lib_dma_qam_demod_t::_try_slow_passes(float_array& phase_line, double& residual_frequency, float_array& fit_coefficients)
 {
     // Noise near the reach of the decisions throws the loops off for stretches, and a line through those is no line: at 30 dB 8 %
-    // of 128QAM signals of 1,000 symbols would be lost, at 35 dB 4 % of 512QAM.
+    // of 128QAM signals of 1,000 symbols would be lost, at 35 dB 2 % of 512QAM.
     double distance = _cal_point_distance();
     for (const pass_gain_t gain : slow_gains)
     {
