@@ -18,6 +18,7 @@ namespace vrim::dma_demod_lib
 {
 namespace
 {
+using common_lib::complex_product;
 using common_lib::lib_common_math_t;
 using common_lib::two_pi;
 
@@ -72,11 +73,6 @@ double cal_point_magnitude(const std::complex<double>* data, std::size_t count, 
     return std::sqrt(re * re + im * im);
 }
 
-std::complex<double> multiply(std::complex<double> a, std::complex<double> b)
-{
-    return { a.real() * b.real() - a.imag() * b.imag(), a.real() * b.imag() + a.imag() * b.real() };
-}
-
 /// value^power by squaring: within a few roundings of the polar form, whose last bits follow the C library, and many times
 /// faster. What is not finite comes back as not-a-number.
 std::complex<double> raise(std::complex<float> value, std::uint32_t power)
@@ -88,8 +84,8 @@ std::complex<double> raise(std::complex<float> value, std::uint32_t power)
     for (; power != 0; power >>= 1)
     {
         if ((power & 1u) != 0)
-            raised = multiply(raised, square);
-        square = multiply(square, square);
+            raised = complex_product(raised, square);
+        square = complex_product(square, square);
     }
     return raised;
 }

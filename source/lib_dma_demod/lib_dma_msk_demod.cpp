@@ -26,7 +26,6 @@ using common_lib::lib_test_t;
 
 namespace
 {
-constexpr float lock_level = 0.7f;
 constexpr std::uint32_t bits_per_symbol = 1;
 constexpr float quadrature_threshold = 0.38268343f;
 constexpr float quarter_pi = 0.7853982f;
@@ -40,10 +39,9 @@ constexpr demod_stage::decode_words_t msk_decode_words = {
 std::array<std::complex<float>, 4> make_diagonal_points()
 {
     constexpr std::complex<float> eighth_turn = { 0.707106769f, 0.707106769f };
-    std::array<std::complex<float>, 4> points = { { { 1.0f, 0.0f },
-                                                    { -4.37113883e-08f, 1.0f },
-                                                    { -4.37113883e-08f, -1.0f },
-                                                    { -1.0f, -8.74227766e-08f } } };
+    std::array<std::complex<float>, 4> points = {
+        { { 1.0f, 0.0f }, { -4.37113883e-08f, 1.0f }, { -4.37113883e-08f, -1.0f }, { -1.0f, -8.74227766e-08f } }
+    };
     for (std::complex<float>& point : points)
         point = complex_product(point, eighth_turn);
     return points;
@@ -52,10 +50,17 @@ std::array<std::complex<float>, 4> make_diagonal_points()
 std::vector<std::uint32_t> decode_bits(const complex_array& data, std::uint32_t points_per_symbol)
 {
     const float_array bits = lib_dma_msk_demod_t::msk_bit_demod(data, points_per_symbol);
-    std::vector<std::uint32_t> decoded(bits.size());
-    for (std::size_t i = 0; i < bits.size(); ++i)
-        decoded[i] = static_cast<std::uint32_t>(bits[i]);
-    return decoded;
+    return { bits.begin(), bits.end() };
+}
+
+/// Looks for the pattern in bits that stand. @return whether it was found
+bool find_sync_word(const demod_setting_t& setting, demod_stage::sync_search_t& result)
+{
+    const std::int64_t position = demod_stage::find_sync_pattern(result.decoded, setting.sync_pattern_bitarr, bits_per_symbol);
+    result.found = position >= 0;
+    if (result.found)
+        result.bit_position = static_cast<std::uint32_t>(position);
+    return result.found;
 }
 
 /// Tries the quarter turns in order until the pattern is found.
@@ -69,14 +74,8 @@ demod_stage::sync_search_t search_sync_word(const complex_array& data, const dem
         lib_dma_phy_common_t::deal_mixer1(turned, 0.0, rotation);
         result.decoded = decode_bits(turned, setting.points_per_symbol);
         result.rotation = rotation;
-        const std::int64_t position =
-            demod_stage::find_sync_pattern(result.decoded, setting.sync_pattern_bitarr, bits_per_symbol);
-        if (position >= 0)
-        {
-            result.found = true;
-            result.bit_position = static_cast<std::uint32_t>(position);
+        if (find_sync_word(setting, result))
             break;
-        }
     }
     return result;
 }
@@ -177,6 +176,7 @@ void lib_dma_msk_demod_t::clear()
 {
     work.clear();
     block_frequency.clear();
+    decided_bits_.clear();
     setting.const_iq_map.clear();
 }
 
@@ -189,49 +189,34 @@ bool lib_dma_msk_demod_t::meas_filter_process()
     return result.succeeded;
 }
 
-bool lib_dma_msk_demod_t::msk_carrier_sync(float_array& phase_line, double& residual_frequency, float_array& fit_coefficients,
-                                           float_array& phase_track)
-{
-    DMA_LOG_INFO("lib_dma_msk_demod_t::msk_carrier_sync start.\n");
-    const auto detect = [](std::complex<float> r, const demod_stage::carrier_error_t&)
-    { return demod_stage::cal_point_error(r, msk_judge(r, 0.0f)); };
-    phase_line.clear();
-    residual_frequency = 0.0;
-    demod_stage::deal_carrier_symbols(work.timing_data, setting.pre_num, setting.sps, work.sync_symbol);
-
-    std::int64_t start_time = lib_test_t::get_current_time();
-    demod_stage::carrier_track_t track = demod_stage::cal_carrier_track(work.sync_symbol, 0.0, lock_level, detect);
-    if (!track.locked)
-        DMA_LOG_ERROR("msk_lock_phase_detect:error!\n");
-    common_log::print_trace_time("psk_carrier_sync psk_lock_phase_detect time: ", start_time);
-    const std::uint32_t locked_point = demod_stage::cal_locked_point(track);
-    common_log::print_trace_line(
-        fmt::format("msk_carrier_sync:phase_out size = {}   locked_point = {}", track.phase.size(), locked_point));
-
-    start_time = lib_test_t::get_current_time();
-    if (!demod_stage::cal_carrier_line(track.phase, locked_point, fit_coefficients))
-    {
-        DMA_LOG_ERROR("warning lib_dma_common_polyfit_t::deal_polyfit:error!\n");
-        return false;
-    }
-    common_log::print_trace_time("psk_carrier_sync deal_polyfit time: time: ", start_time);
-
-    demod_stage::deal_phase_line(fit_coefficients, work.sync_symbol, phase_line);
-    residual_frequency = demod_stage::cal_residual_frequency(phase_line, 0.0, setting.symbol_rate);
-    phase_track = std::move(track.phase);
-    return true;
-}
-
 bool lib_dma_msk_demod_t::msk_decode_bit(std::uint32_t segment_index, lib_dma_phy_data_manager_t& data_manager)
 {
     DMA_LOG_INFO("lib_dma_msk_demod_t::msk_decode_bit start.\n");
+    const bool searched = demod_stage::is_sync_searched(segment_index, setting);
     demod_stage::sync_search_t search;
-    if (demod_stage::is_sync_searched(segment_index, setting))
+    if (_has_decided_bits())
+    {
+        // No quarter turn changes them. Those of a waveform with fewer points than samples a bit would stand in more noise.
+        search.decoded = decided_bits_;
+        if (searched)
+            find_sync_word(setting, search);
+    }
+    else if (searched)
+    {
         search = search_sync_word(work.meas_data, setting);
+    }
     else
+    {
         search.decoded = decode_bits(work.meas_data, setting.points_per_symbol);
+    }
     return demod_stage::deal_decoded_window(segment_index, bits_per_symbol, std::move(search), msk_decode_words, setting, work,
                                             data_manager);
+}
+
+bool lib_dma_msk_demod_t::_has_decided_bits() const
+{
+    return !setting.equalizer && setting.points_per_symbol != 0 && !decided_bits_.empty() &&
+           decided_bits_.size() == work.meas_data.size() / setting.points_per_symbol;
 }
 
 bool lib_dma_msk_demod_t::error_cal(std::uint32_t segment_index, lib_dma_phy_data_manager_t& data_manager)

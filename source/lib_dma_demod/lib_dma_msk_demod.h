@@ -10,6 +10,7 @@
 
 #include <complex>
 #include <cstdint>
+#include <vector>
 
 namespace vrim::dma_demod_lib
 {
@@ -45,11 +46,14 @@ public:
     bool meas_filter_process();
     /// Times `work.iq_data` into `work.timing_data` by one feed-forward estimate over the whole record: squared products of
     /// samples one, two and three bits apart stand still at the borders of the bits and average out between them. Blocks whose
-    /// data hide that are left out. The input comes back at unit rms and padded. (lib_dma_msk_timing.cpp)
+    /// data hide that are left out; where noise hides it, means over a bit take the place of the samples. The input comes back at
+    /// unit rms and padded. (lib_dma_msk_timing.cpp)
     /// @return false, logged, when the run-in takes the whole record or less than one block is left
     /// Source: U. Mengali, A. N. D'Andrea, Synchronization Techniques for Digital Receivers, Plenum, 1997.
     bool timing_recovery();
-    /// Measures the carrier on the timed signal by a decision-directed loop and a line through its phase.
+    /// Measures the carrier on the timed signal by a decision-directed loop and a line through its phase. Where the signal does
+    /// not stand still along that line, for noise or a carrier beyond the loop's reach, the line of the squared pulses takes its
+    /// place: up to 0.1 turns per bit. (lib_dma_msk_carrier.cpp)
     /// @param[out] phase_line          radians, the line at each bit
     /// @param[out] residual_frequency  Hz
     /// @param[out] fit_coefficients    radians per bit, radians at bit 0
@@ -69,7 +73,8 @@ public:
     /// Turns the measured waveform by the quarter turns that it stands off the reference at its first sample, or as a whole where
     /// noise hides those of the first sample. Brings both to the result rate. @return true
     bool phase_ambiguity_cal();
-    /// Decodes the bits, searches the sync word, cuts both waveforms to the window and scales them.
+    /// Takes the bits that the reference was made of, or those of the waveform behind an equalizer, searches the sync word, cuts
+    /// both waveforms to the window and scales them.
     /// @return false, reported, when reference or measurement have no level
     bool msk_decode_bit(std::uint32_t segment_index, lib_dma_phy_data_manager_t& data_manager);
     /// Compares the waveforms and fills the results of the segment. @return true
@@ -92,12 +97,19 @@ public:
     demod_setting_t setting;
     demod_work_t work;
     lib_dma_msk_modulation_type_t msk_format = msk_format_default; ///< both types are measured alike
-    std::uint32_t interp_order = 16; ///< taps of the fractional delay
-    std::uint32_t syn_sym_num = 64;  ///< bits of a timing block
-    std::uint32_t max_cycles = 64;   ///< most timing blocks that are used
-    float_array block_frequency;     ///< turns per bit, one for each timing block; to look at
+    std::uint32_t interp_order = 16;                               ///< taps of the fractional delay
+    std::uint32_t syn_sym_num = 64;                                ///< bits of a timing block
+    std::uint32_t max_cycles = 64;                                 ///< most timing blocks that are used
+    float_array block_frequency;                                   ///< turns per bit, one for each timing block; to look at
 
 private:
-    common_lib::lib_filter_t filter_; ///< measurement and reference filter in turn
+    /// Replaces a carrier line along which the pulses do not add up by that of their squares, where it serves better.
+    void _try_square_line(float_array& fit_coefficients) const;
+
+    /// Whether the bits of the reference are those of the measured waveform: no equalizer has changed it since.
+    bool _has_decided_bits() const;
+
+    std::vector<std::uint32_t> decided_bits_; ///< those of the reference, behind the run-in
+    common_lib::lib_filter_t filter_;         ///< measurement and reference filter in turn
 };
 } // namespace vrim::dma_demod_lib

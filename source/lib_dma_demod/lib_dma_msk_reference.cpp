@@ -78,6 +78,7 @@ void turn_phases(std::complex<float>* data, std::size_t count)
     }
 }
 constexpr double quarter_turn = common_lib::pi / 2.0;
+constexpr double fold_margin = common_lib::pi / 8.0; // of the quarter turn from which on phases are folded
 constexpr double missed_turn = common_lib::pi / 3.0; // beyond what the last fit leaves, short of a quarter
 
 /// Angle by which the measurement as a whole stands ahead of the reference.
@@ -96,7 +97,10 @@ bool lib_dma_msk_demod_t::ref_data_generate(lib_dma_demod_config_mgr& config)
     work.meas_data.swap(work.timing_data); // the timed signal has no later reader
     work.timing_data.clear();
     work.meas_data.resize(setting.sps == 0 ? 0 : work.meas_data.size() / setting.sps * setting.sps);
-    return ref_filter_generate(msk_bit_demod(work.meas_data, setting.sps), config);
+    const float_array bits = msk_bit_demod(work.meas_data, setting.sps);
+    const std::size_t run_in = setting.sps == 0 ? 0 : std::min<std::size_t>(setting.head_len / setting.sps, bits.size());
+    decided_bits_.assign(bits.begin() + static_cast<std::ptrdiff_t>(run_in), bits.end());
+    return ref_filter_generate(bits, config);
 }
 
 bool lib_dma_msk_demod_t::ref_filter_generate(const float_array& bits, lib_dma_demod_config_mgr& config)
@@ -134,6 +138,10 @@ bool lib_dma_msk_demod_t::ref_filter_generate(const float_array& bits, lib_dma_d
     {
         const std::complex<float> first = common_lib::complex_product(work.meas_data.front(), std::conj(ref.front()));
         lib_dma_phy_common_t::deal_mixer1(work.meas_data, 0.0, -common_lib::phase_of(first));
+        // Noise of that one sample must not leave the others where the fit below folds their phases.
+        const double rest = cal_mean_turn(work.meas_data, ref);
+        if (std::abs(rest) > fold_margin)
+            lib_dma_phy_common_t::deal_mixer1(work.meas_data, 0.0, static_cast<float>(-rest));
     }
     if (!demod_stage::deal_level_match(ref, work.meas_data))
     {

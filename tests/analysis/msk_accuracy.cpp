@@ -263,7 +263,7 @@ accuracy_section_t measure_msk_bits_in_strong_noise()
     {
         bool filtered;
         double snr_db;
-    } const cases[] = { { false, 17.0 }, { false, 15.0 }, { true, 15.0 }, { true, 12.0 }, { true, 10.0 } };
+    } const cases[] = { { false, 15.0 }, { false, 12.0 }, { false, 10.0 }, { true, 10.0 } };
     accuracy_section_t section = {
         "MSK and GMSK: bits in strong noise",
         "Runs of 1,024 bits at each of 2, 4, 5, 8 and 10 points per symbol, " + print_seeds(count) +
@@ -296,9 +296,10 @@ accuracy_section_t measure_msk_bits_in_strong_noise()
             }
             const std::string what =
                 print("%g", noise.snr_db) + " dB, " + (noise.filtered ? "rectangular" : "no") + " measurement filter, ";
-            section.rows.push_back(make_free_row(what + "lost runs" + share, shape, "", lost.get_low(), lost.get_high(), 0));
-            section.rows.push_back(make_row(print_shape(shape) + what + "others with an EVM above 100 %", shape.format, "", 0.0, 0.0,
-                                            turned.get_low(), turned.get_high(), 0));
+            section.rows.push_back(make_row(print_shape(shape) + what + "lost runs" + share, shape.format, "", 0.0, 0.0,
+                                            lost.get_low(), lost.get_high(), 0));
+            section.rows.push_back(make_row(print_shape(shape) + what + "others with an EVM above 100 %", shape.format, "", 0.0,
+                                            0.0, turned.get_low(), turned.get_high(), 0));
             section.rows.push_back(
                 make_free_row(what + "wrong bits of the others", shape, "", wrong.get_low(), wrong.get_high(), 0));
         }
@@ -338,10 +339,10 @@ accuracy_section_t measure_msk_carrier()
 accuracy_section_t measure_msk_carrier_range()
 {
     constexpr std::uint64_t count = 20;
-    constexpr double step_hz = 500.0;
+    constexpr double step_hz = 5000.0;
     accuracy_section_t section = {
         "MSK and GMSK: range of the carrier",
-        "As with clean signals, offsets to either side in steps of 0.0005 of the symbol rate, " + print_seeds(count) +
+        "As with clean signals, offsets to either side in steps of 0.005 of the symbol rate, " + print_seeds(count) +
             ". The largest offset up to which every run has its bits right, and the one up to which any has",
         {}
     };
@@ -352,8 +353,8 @@ accuracy_section_t measure_msk_carrier_range()
             figure_t reach; // one value a seed
             for (std::uint64_t seed = 1; seed <= count; ++seed)
             {
-                double offset = 8000.0;
-                for (bool right = true; right && offset < 30000.0;)
+                double offset = 10000.0;
+                for (bool right = true; right && offset < 200000.0;)
                 {
                     for (const double side : { 1.0, -1.0 })
                     {

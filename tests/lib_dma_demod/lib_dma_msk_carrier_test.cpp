@@ -31,6 +31,8 @@ struct carrier_run_t
         text = trace.get_text();
         starts = log.count(common_log::log_level_info, "lib_dma_msk_demod_t::msk_carrier_sync start.\n");
         lost = log.count(common_log::log_level_error, "msk_lock_phase_detect:error!\n");
+        replaced = log.count(common_log::log_level_info,
+                             "msk_carrier_sync: the line of the squared pulses fits better than that of the loop.\n");
     }
 
     bool contains(const std::string& part) const { return text.find(part) != std::string::npos; }
@@ -44,6 +46,7 @@ struct carrier_run_t
     std::string text;
     long starts = 0;
     long lost = 0;
+    long replaced = 0; ///< lines that another one took the place of
 };
 
 /// Distance of an angle to the nearest diagonal, radians.
@@ -75,11 +78,59 @@ TEST(MskCarrier, FindsTheFrequencyOfATurningCarrier)
         const carrier_run_t run(make_msk(make_bits(1200, 41), 8, 0.3, 0.0, turns), 80);
         ASSERT_TRUE(run.fitted);
         EXPECT_EQ(run.lost, 0);
+        EXPECT_EQ(run.replaced, 0);
         EXPECT_NEAR(run.frequency, turns * 1e6, 0.003 * std::abs(turns) * 1e6) << turns;
         EXPECT_NEAR(static_cast<double>(run.fit[0]), turns * 2.0 * pi, 0.003 * std::abs(turns) * 2.0 * pi) << turns;
         ASSERT_EQ(run.line.size(), 1180u); // ten bits off either end
         EXPECT_FLOAT_EQ(run.line[100], 100.0f * run.fit[0] + run.fit[1]);
         EXPECT_EQ(run.track.size(), 1180u);
+    }
+}
+
+TEST(MskCarrier, FindsACarrierThatTheLoopCannotFollow)
+{
+    for (const double turns : { 0.03, -0.06, 0.09, -0.09 })
+    {
+        const carrier_run_t run(make_msk(make_bits(1200, 45), 8, 0.3, 0.0, turns), 80);
+        ASSERT_TRUE(run.fitted);
+        EXPECT_EQ(run.replaced, 1) << turns;
+        // The pulses beside one are noise of the data in its square, but what one of them has less the next one has more.
+        EXPECT_NEAR(static_cast<double>(run.fit[0]), turns * 2.0 * pi, 1e-5) << turns;
+        EXPECT_NEAR(run.frequency, turns * 1e6, 1.6) << turns;
+        for (std::size_t i = 0; i < run.symbols.size(); i += 7)
+            EXPECT_NEAR(get_distance_to_diagonal(std::arg(std::complex<double>(run.symbols[i]))), 0.0, 0.06)
+                << turns << ", " << i;
+    }
+}
+
+TEST(MskCarrier, FindsACarrierUnderNoiseThatHidesSingleSamples)
+{
+    // 10 dB of Es/N0 at 8 samples a bit: single samples stand 1 dB above the noise, where decisions say next to nothing.
+    for (unsigned seed = 1; seed <= 10; ++seed)
+    {
+        const double phase = 0.6 * seed;
+        complex_array samples = make_msk(make_bits(1200, 50 + seed), 8, phase, 0.0, 0.004);
+        add_noise(0.8, seed, samples);
+        const carrier_run_t run(samples, 80);
+        ASSERT_TRUE(run.fitted);
+        EXPECT_EQ(run.replaced, 1) << seed;
+        // Four times what the best estimate scatters by: sqrt(6 / (Es/N0 N^3)) in the slope, sqrt(1 / (2 Es/N0 N)) in the middle.
+        EXPECT_NEAR(static_cast<double>(run.fit[0]), 0.004 * 2.0 * pi, 4.0 * std::sqrt(6.0 / (10.0 * std::pow(1180.0, 3))))
+            << seed;
+        const double middle = 590.0 * static_cast<double>(run.fit[0]) + static_cast<double>(run.fit[1]);
+        const double expected = phase + 2.0 * pi * 0.004 * (590.0 + 10.0);
+        EXPECT_NEAR(std::remainder(expected - middle - pi / 4.0, pi / 2.0), 0.0, 4.0 * std::sqrt(1.0 / (2.0 * 10.0 * 1180.0)))
+            << seed;
+    }
+}
+
+TEST(MskCarrier, LeavesRecordsWithoutRoomForPulses)
+{
+    for (const std::size_t count : { 8u, 16u, 24u })
+    {
+        const carrier_run_t run(make_msk(make_bits(count / 8, 46), 8, 0.2), 0);
+        EXPECT_TRUE(run.fitted) << count;
+        EXPECT_EQ(run.symbols.size(), count / 8);
     }
 }
 

@@ -118,12 +118,10 @@ lib_dma_demod_config_mgr make_config()
 
 TEST(MskReference, IsTheIntegralOfItsFrequencyPulses)
 {
-    const lib_dma_ref_filter_type_t types[] = { LIB_DMA_REF_NONE_FILTER,
-                                                LIB_DMA_REF_RAISED_COSINE_FILTER,
-                                                LIB_DMA_REF_ROOT_RAISED_COSINE_FILTER,
-                                                LIB_DMA_REF_GAUSSIAN_FILTER,
-                                                LIB_DMA_REF_RECTANGULAR_FILTER,
-                                                LIB_DMA_REF_HALF_SINE_FILTER };
+    const lib_dma_ref_filter_type_t types[] = {
+        LIB_DMA_REF_NONE_FILTER,     LIB_DMA_REF_RAISED_COSINE_FILTER, LIB_DMA_REF_ROOT_RAISED_COSINE_FILTER,
+        LIB_DMA_REF_GAUSSIAN_FILTER, LIB_DMA_REF_RECTANGULAR_FILTER,   LIB_DMA_REF_HALF_SINE_FILTER
+    };
     for (const lib_dma_ref_filter_type_t type : types)
     {
         for (const std::uint32_t sps : { 8u, 10u })
@@ -282,14 +280,8 @@ TEST(MskReference, TakesQuarterTurnsOutOfTheMeasurementAndHalvesAwayFromZero)
     {
         double before;
         double after;
-    } turns[] = { { 0.0, 0.0 },
-                  { pi / 2.0, 0.0 },
-                  { -pi / 2.0, 0.0 },
-                  { pi, 0.0 },
-                  { 0.7, 0.7 },
-                  { 0.9, 0.9 - pi / 2.0 },
-                  { pi / 4.0, -pi / 4.0 },
-                  { -pi / 4.0, pi / 4.0 } };
+    } turns[] = { { 0.0, 0.0 }, { pi / 2.0, 0.0 },       { -pi / 2.0, 0.0 },      { pi, 0.0 },
+                  { 0.7, 0.7 }, { 0.9, 0.9 - pi / 2.0 }, { pi / 4.0, -pi / 4.0 }, { -pi / 4.0, pi / 4.0 } };
     for (const auto& turn : turns)
     {
         lib_dma_msk_demod_t demod = make_demod({}, 0);

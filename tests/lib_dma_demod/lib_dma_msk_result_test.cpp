@@ -144,6 +144,21 @@ TEST(MskDecodeBit, GivesTheBitsAtEveryTurnAndRate)
     EXPECT_EQ(log.count(log_level_info, "lib_dma_msk_demod_t::msk_decode_bit start.\n"), 24);
 }
 
+TEST(MskProcess, DecodesWhatTheReferenceIsMadeOf)
+{
+    // At 10 dB of Es/N0 two of eight samples a bit would turn one bit in 100; all eight turn none.
+    for (unsigned seed = 1; seed <= 6; ++seed)
+    {
+        const float_array bits = make_bits(400, 80 + seed);
+        complex_array block = make_msk(bits, 8, 0.7 * seed, 0.1 * seed, 0.001);
+        add_noise(0.8, seed, block);
+        process_run_t process;
+        ASSERT_TRUE(process.run(block)) << seed;
+        EXPECT_EQ(process.store.get_decode_bit(0).size(), 300u);
+        EXPECT_GE(find_bits(process.store.get_decode_bit(0), bits), 30) << seed;
+    }
+}
+
 TEST(MskDecodeBit, BringsTheMeasurementToTheLevelOfTheReference)
 {
     decode_run_t decode(make_bits(100, 51), 4);

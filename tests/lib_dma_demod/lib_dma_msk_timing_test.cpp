@@ -48,6 +48,25 @@ TEST(MskTiming, PutsTheFirstSampleIntoTheMiddleOfABit)
     }
 }
 
+TEST(MskTiming, FindsTheClockUnderNoise)
+{
+    // Single samples stand 1 dB above the noise.
+    for (unsigned seed = 1; seed <= 16; ++seed)
+    {
+        const double shift = seed / 16.0;
+        const float_array bits = make_bits(1200, 60 + seed);
+        complex_array samples = make_msk(bits, 8, pi / 4.0, shift);
+        add_noise(0.8, seed, samples);
+        lib_dma_msk_demod_t noisy = make_demod(samples, 80);
+        ASSERT_TRUE(noisy.timing_recovery());
+        lib_dma_msk_demod_t clean = make_demod(make_msk(bits, 8, pi / 4.0, shift), 80);
+        ASSERT_TRUE(clean.timing_recovery());
+        // Whole samples; the rest of the delay is in the filter.
+        const double distance = static_cast<double>(noisy.setting.timing_start) - static_cast<double>(clean.setting.timing_start);
+        EXPECT_LE(std::abs(std::remainder(distance, 8.0)), 1.0) << seed;
+    }
+}
+
 TEST(MskTiming, MovesBackByTheClockAdjustment)
 {
     const complex_array samples = make_msk(make_bits(400, 6), 8, pi / 4.0, 0.0);
@@ -126,8 +145,7 @@ TEST(MskTiming, SaysWhereTheRunInDoesNotFit)
                         "lib_dma_msk_demod_t::timing_recovery:demod data len too short, m_pre_num = %u)!\n"),
               1);
     EXPECT_TRUE(make_demod(samples, 800).timing_recovery());
-    EXPECT_EQ(log.count(common_log::log_level_info,
-                        "lib_dma_msk_demod_t::timing_recovery:pre_num too long, m_pre_num = %u)!\n"),
+    EXPECT_EQ(log.count(common_log::log_level_info, "lib_dma_msk_demod_t::timing_recovery:pre_num too long, m_pre_num = %u)!\n"),
               1);
     EXPECT_EQ(log.count(common_log::log_level_info, "lib_dma_msk_demod_t::timing_recovery start.\n"), 2);
     EXPECT_EQ(log.count(common_log::log_level_info, "phase average:%.6f,bin_delay:%.6f.\n"), 1);
@@ -136,8 +154,8 @@ TEST(MskTiming, SaysWhereTheRunInDoesNotFit)
 TEST(MskTiming, EndsOnRecordsWithoutATiming)
 {
     const float nan = std::numeric_limits<float>::quiet_NaN();
-    for (const std::complex<float> value : { std::complex<float>(0.0f, 0.0f), std::complex<float>(1.0f, 0.0f),
-                                             std::complex<float>(nan, nan) })
+    for (const std::complex<float> value :
+         { std::complex<float>(0.0f, 0.0f), std::complex<float>(1.0f, 0.0f), std::complex<float>(nan, nan) })
     {
         lib_dma_msk_demod_t demod = make_demod(complex_array(1000, value), 100);
         EXPECT_TRUE(demod.timing_recovery());

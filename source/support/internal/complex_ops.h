@@ -16,6 +16,11 @@ inline std::complex<float> complex_product(std::complex<float> a, std::complex<f
     return { a.real() * b.real() - a.imag() * b.imag(), a.real() * b.imag() + a.imag() * b.real() };
 }
 
+inline std::complex<double> complex_product(std::complex<double> a, std::complex<double> b)
+{
+    return { a.real() * b.real() - a.imag() * b.imag(), a.real() * b.imag() + a.imag() * b.real() };
+}
+
 /// e^(j angle), angle in radians: sine and cosine in double, narrowed.
 inline std::complex<float> unit_phasor(float angle)
 {
