@@ -102,6 +102,7 @@ int main()
         dma_test::measure_linear_pull_in(),
         dma_test::measure_ring_ratios(),
         dma_test::measure_ring_ratio_bias(),
+        dma_test::measure_ring_ratios_at_best_clock(),
         dma_test::measure_linear_iq_offset(),
         dma_test::measure_linear_sync_search(),
         dma_test::measure_dpsk_sync_search(),
