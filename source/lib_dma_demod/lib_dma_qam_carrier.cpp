@@ -245,7 +245,7 @@ void lib_dma_qam_demod_t::_try_line_search(double& distance, float_array& phase_
     demod_stage::deal_phase_line(fit, work.sync_symbol, line);
     const float level = static_cast<float>(found.level);
     const double found_distance = _cal_point_distance(level);
-    if (!(found_distance < better_distance * distance))
+    if (!(found_distance < better_distance * std::min(distance, 1.0)))
     {
         work.sync_symbol = std::move(kept);
         return;
@@ -323,6 +323,7 @@ bool lib_dma_qam_demod_t::qam_carrier_recovery_old(float_array& phase_line, doub
 {
     phase_line.clear();
     residual_frequency = 0.0;
+    decision_level_ = 1.0f;
     demod_stage::deal_carrier_symbols(work.timing_data, setting.pre_num, setting.sps, work.sync_symbol);
     float_array phase_track;
     std::uint32_t locked_point = 0;
