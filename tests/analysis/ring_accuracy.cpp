@@ -140,9 +140,8 @@ accuracy_section_t measure_ring_ratio_bias()
     return section;
 }
 
-accuracy_section_t measure_ring_ratios_at_best_clock()
+accuracy_section_t measure_ring_ratios_at_best_clock(std::uint64_t count)
 {
-    constexpr std::uint64_t count = 20;
     accuracy_section_t section = {
         "Ring ratios where the clock is right",
         "1,000 symbols, clean, roll-off 0.5, seeds 1 to 20, usual rings, the clock adjusted to the least EVM. What the sections "
