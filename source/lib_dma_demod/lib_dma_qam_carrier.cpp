@@ -233,8 +233,8 @@ void lib_dma_qam_demod_t::_try_line_search(double& distance, float_array& phase_
                                            float_array& fit_coefficients)
 {
     // What no loop holds: dense formats of which the data happen to be louder or softer than their set, so that the rms is no
-    // level to decide at, and loops that slip on such data or on noise. A format with a turn is not estimated beforehand, and what
-    // is left of its carrier may turn too fast.
+    // level to decide at, and loops that slip on such data or on noise. A format with a turn is not estimated beforehand, and
+    // what is left of its carrier may turn too fast.
     if (!(distance > scattered_distance) || _get_turn() != 0.0)
         return;
     complex_array kept = std::move(work.sync_symbol);

@@ -19,8 +19,8 @@ using common_lib::unit_phasor;
 constexpr double quarter_turn = 0.25 * common_lib::two_pi;
 constexpr std::size_t block_symbols = 64;
 constexpr std::size_t most_blocks = 16;
-// Steps of phase and of level, in half distances of neighbouring points at unit rms. Half a step off, the mean squared distance is
-// a quarter of that of symbols without a carrier.
+// Steps of phase and of level, in half distances of neighbouring points at unit rms. Half a step off, the mean squared distance
+// is a quarter of that of symbols without a carrier.
 constexpr double trial_step = 0.8;
 // The rms of n random symbols scatters by sqrt(0.1 / n), whatever the format.
 constexpr double level_deviations = 4.5;
