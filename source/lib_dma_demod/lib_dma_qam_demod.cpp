@@ -59,6 +59,7 @@ void lib_dma_qam_demod_t::init()
     judge_map.clear();
     judge_slicer_.clear();
     judge_map_made_ = false;
+    decision_level_ = 1.0f;
     // The pulse filter stays: a kind once set serves the next run.
 }
 
@@ -182,7 +183,7 @@ bool lib_dma_qam_demod_t::timing_recovery()
 bool lib_dma_qam_demod_t::symbol_detect()
 {
     _update_judge_map(qam_format);
-    const auto judge = [this](std::complex<float> symbol) { return judge_slicer_.decide_point(symbol); };
+    const auto judge = [this](std::complex<float> symbol) { return judge_slicer_.decide_point(decision_level_ * symbol); };
     demod_stage::deal_symbol_decision(work.timing_data, setting.sps, work.meas_data, work.decided_symbol, judge);
     // Decisions were taken in the standing frame; the transmit filter saw the turning one.
     if (const double turn = _get_turn(); turn != 0.0)

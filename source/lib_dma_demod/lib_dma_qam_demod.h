@@ -114,13 +114,20 @@ private:
     bool _fit_pass(carrier_syn_info_t& pass, float_array& phase_line, double& residual_frequency,
                    float_array& fit_coefficients);
     /// Replaces a line that leaves the symbols off their points by that of a slower pass, if one does better.
-    void _try_slow_passes(float_array& phase_line, double& residual_frequency, float_array& fit_coefficients);
-    /// Mean squared distance of `work.sync_symbol` to the nearest points, 1 when there is no carrier phase; 0 without points.
-    double _cal_point_distance();
+    /// @param[in,out] distance  `_cal_point_distance` of the line that stands
+    void _try_slow_passes(double& distance, float_array& phase_line, double& residual_frequency, float_array& fit_coefficients);
+    /// The same by a search that needs no loop, and that finds the level to decide at too.
+    void _try_line_search(double& distance, float_array& phase_line, double& residual_frequency, float_array& fit_coefficients);
+    /// Mean squared distance of `work.sync_symbol`, times `level`, to the nearest points, 1 when there is no carrier phase; 0
+    /// without points.
+    double _cal_point_distance(float level);
+    /// Rms of all symbols of the timed signal over that of those without the run-in.
+    float _cal_level_ratio() const;
 
     common_lib::lib_filter_t filter_; ///< measurement and reference filter in turn
     qam_slicer_t judge_slicer_;       ///< `judge_map`, laid out for decisions in constant time
     lib_dma_qam_modulation_type_t judge_format_ = qam_format_default; ///< what `judge_map` was made for
     bool judge_map_made_ = false;
+    float decision_level_ = 1.0f; ///< factor on symbols at unit rms before they are decided
 };
 } // namespace vrim::dma_demod_lib

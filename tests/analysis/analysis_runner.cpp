@@ -222,6 +222,7 @@ void set_segment(const analysis_setting_t& setting, lib_dma_segment_configure_ma
     lib_dma_advance_configure_manager_t& advance = segment.get_advance_configure();
     advance.set_evm_normalization_ref(setting.normalization);
     advance.set_iq_rotation(setting.iq_rotation);
+    advance.set_clock_adjust(setting.clock_adjust);
     advance.set_spectrum_type(setting.inverted ? LIB_DMA_SPECTRUM_INVERT : LIB_DMA_SPECTRUM_MORMAL);
 }
 

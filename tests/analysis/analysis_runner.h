@@ -30,7 +30,8 @@ struct analysis_setting_t
     vrim::dma_demod_lib::lib_dma_evm_normalize_type_t normalization = vrim::dma_demod_lib::LIB_DMA_EVM_NORMALIZE_RMS;
     std::string sync_bits; ///< digits 0 and 1; empty: no search
     float sync_offset = 0.0f;
-    float iq_rotation = 0.0f; ///< degrees
+    float iq_rotation = 0.0f;  ///< degrees
+    float clock_adjust = 0.0f; ///< symbols that the clock stands earlier than its estimate
     bool inverted = false;
     bool aligned_iq = false;     ///< OQPSK: results on the grid of whole symbols
     vrim::constellation_map map; ///< empty: the format's own points

@@ -24,5 +24,7 @@ accuracy_section_t measure_linear_pull_in();
 accuracy_section_t measure_ring_ratios();
 /// Without bars: what noise and the data make of the ring ratios.
 accuracy_section_t measure_ring_ratio_bias();
+/// The same signals with the clock put where the EVM is least. @param count  runs of each format
+accuracy_section_t measure_ring_ratios_at_best_clock(std::uint64_t count = 20);
 accuracy_section_t measure_linear_iq_offset();
 } // namespace dma_test

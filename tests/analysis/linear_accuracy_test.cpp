@@ -49,6 +49,11 @@ TEST(LinearAccuracy, RingRatiosOfCleanSignalsComeBack)
     expect_bars(measure_ring_ratios(), 16);
 }
 
+TEST(LinearAccuracy, RingRatiosAreHighByTheClockEstimateAlone)
+{
+    expect_bars(measure_ring_ratios_at_best_clock(small_grids ? 3 : 20), 3);
+}
+
 TEST(LinearAccuracy, AnIqOffsetComesBackUnderTheLargestPoint)
 {
     expect_bars(measure_linear_iq_offset(), 8);

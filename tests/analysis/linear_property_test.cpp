@@ -1,10 +1,13 @@
+#include "accuracy_run.h"
 #include "analysis_runner.h"
 #include "timing_prediction.h"
 
 #include <cmath>
 #include <complex>
+#include <cstdint>
 #include <cstring>
 #include <gtest/gtest.h>
+#include <ostream>
 #include <string>
 
 using namespace dma_test;
@@ -156,4 +159,53 @@ TEST(LinearImpairment, ASkewAndAnImbalanceComeBackAsTheirEvm)
         }
     }
 }
+
+/// A record that the loops of QAM lose, or that is so much louder or softer than its set that its rms is no level to decide at.
+struct hard_record_t
+{
+    signal_format_t format;
+    double snr_db;
+    std::uint64_t seed;
+};
+
+void PrintTo(const hard_record_t& record, std::ostream* out)
+{
+    *out << get_signal_format(record.format).name << " at " << record.snr_db << " dB, seed " << record.seed;
+}
+
+class HardRecord : public testing::TestWithParam<hard_record_t>
+{
+};
+
+TEST_P(HardRecord, IsMeasuredAsAnyOther)
+{
+    signal_setting_t setting = make_accuracy_run(GetParam().format, 0.5, 1000, GetParam().seed);
+    setting.snr_db = GetParam().snr_db;
+    const signal_t signal = make_signal(setting);
+    const analysis_result_t result = analyse(signal.samples, make_accuracy_analysis(setting));
+    // The rms of 1,000 symbols of noise scatters by 2.2 %.
+    const double noise = 100.0 * std::pow(10.0, -setting.snr_db / 20.0);
+    EXPECT_NEAR(get_evm(result), noise, 0.1 * noise);
+    EXPECT_NEAR(get_frequency_deviation(result, setting.carrier_offset_hz), 0.0, 1.5);
+    // Half a step is 4.4 standard deviations of the noise or more: one symbol in 40,000 is wrong by rights.
+    EXPECT_LE(match_decoded(setting.format, result.decoded, signal.symbols, 80, 120).differing, 1u);
+}
+
+const auto print_record = [](const testing::TestParamInfo<hard_record_t>& info)
+{ return "Seed" + std::to_string(info.param.seed) + "Of" + std::string(get_signal_format(info.param.format).name); };
+
+INSTANTIATE_TEST_SUITE_P(OfSlippingLoops, HardRecord,
+                         testing::Values(hard_record_t{ signal_format_t::qam512, 35.0, 760 },
+                                         hard_record_t{ signal_format_t::qam512, 35.0, 3390 },
+                                         hard_record_t{ signal_format_t::qam512, 35.0, 5358 },
+                                         hard_record_t{ signal_format_t::qam512, 35.0, 6128 },
+                                         hard_record_t{ signal_format_t::qam4096, 45.0, 7003 }),
+                         print_record);
+INSTANTIATE_TEST_SUITE_P(OfUnusualLevel, HardRecord,
+                         testing::Values(hard_record_t{ signal_format_t::qam512, 35.0, 1433 },
+                                         hard_record_t{ signal_format_t::qam512, 35.0, 1968 },
+                                         hard_record_t{ signal_format_t::qam1024, 45.0, 7122 },
+                                         hard_record_t{ signal_format_t::qam2048, 45.0, 7188 },
+                                         hard_record_t{ signal_format_t::qam4096, 45.0, 7024 }),
+                         print_record);
 } // namespace

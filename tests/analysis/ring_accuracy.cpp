@@ -31,13 +31,36 @@ struct ring_runs_t
 
     void add(const signal_setting_t& signal)
     {
+        add(signal, analyse(make_signal(signal).samples, make_accuracy_analysis(signal)));
+    }
+
+    void add(const signal_setting_t& signal, const analysis_result_t& result)
+    {
         const ring_ratios_t sent = get_ring_ratios(signal.format, signal.rings);
-        const analysis_result_t result = analyse(make_signal(signal).samples, make_accuracy_analysis(signal));
         const double lost = result.locked() ? 0.0 : std::numeric_limits<double>::quiet_NaN();
         second.add(result.summary.apsk_r2_ratio - sent.r2_r1 + lost);
         third.add(result.summary.apsk_r3_ratio - sent.r3_r1 + lost);
     }
 };
+
+/// Analyses with the clock where the EVM of a clean signal is least: its square is a parabola over the clock.
+analysis_result_t analyse_at_best_clock(const signal_setting_t& signal)
+{
+    constexpr double step = 0.004; // symbols, several times the error of the estimate
+    const vrim::complex_array capture = make_signal(signal).samples;
+    analysis_setting_t setting = make_accuracy_analysis(signal);
+    const auto cal_squared_evm = [&](double adjust)
+    {
+        setting.clock_adjust = static_cast<float>(adjust);
+        const double evm = get_evm(analyse(capture, setting));
+        return evm * evm;
+    };
+    const double before = cal_squared_evm(-step);
+    const double here = cal_squared_evm(0.0);
+    const double behind = cal_squared_evm(step);
+    setting.clock_adjust = static_cast<float>(0.5 * step * (before - behind) / (before - 2.0 * here + behind));
+    return analyse(capture, setting);
+}
 } // namespace
 
 accuracy_section_t measure_ring_ratios()
@@ -113,6 +136,31 @@ accuracy_section_t measure_ring_ratio_bias()
                 section.rows.push_back(
                     make_row(what + "r3/r1", format, "", -unbounded, unbounded, runs.third.get_low(), runs.third.get_high(), 3));
         }
+    }
+    return section;
+}
+
+accuracy_section_t measure_ring_ratios_at_best_clock(std::uint64_t count)
+{
+    accuracy_section_t section = {
+        "Ring ratios where the clock is right",
+        "1,000 symbols, clean, roll-off 0.5, seeds 1 to 20, usual rings, the clock adjusted to the least EVM. What the sections "
+        "before read is the pattern noise of the clock estimate: 0.0006 of a symbol (rms) over 1,024 symbols",
+        {}
+    };
+    for (const signal_format_t format : { signal_format_t::apsk16, signal_format_t::apsk32 })
+    {
+        ring_runs_t runs;
+        for (std::uint64_t seed = 1; seed <= count; ++seed)
+        {
+            const signal_setting_t signal = make_accuracy_run(format, 0.5, 1000, seed);
+            runs.add(signal, analyse_at_best_clock(signal));
+        }
+        section.rows.push_back(
+            make_row("deviation of r2/r1", format, "", -0.005, 0.005, runs.second.get_low(), runs.second.get_high(), 4));
+        if (format == signal_format_t::apsk32)
+            section.rows.push_back(
+                make_row("deviation of r3/r1", format, "", -0.005, 0.005, runs.third.get_low(), runs.third.get_high(), 4));
     }
     return section;
 }

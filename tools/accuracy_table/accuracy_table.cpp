@@ -75,10 +75,10 @@ int main()
         "  16QAM, 13 for 64QAM, 6 for 256QAM, 1.6 for 4096QAM. Such a figure is no measurement, however small it looks.\n"
         "- Decisions of QAM want an SNR: 200 runs of 1,000 symbols held no wrong symbol at 22 dB with 16QAM, 25 dB with 32QAM,\n"
         "  28 dB with 64QAM, 32 dB with 128QAM, 35 dB with 256QAM, 37 dB with 512QAM and 40 dB with 1024QAM. 128QAM at 30 dB\n"
-        "  has single wrong symbols, as noise makes them; 512QAM at 35 dB has them too, and loses one run in 200 to 400.\n"
-        "- The level of the symbols is the rms of the data at hand, not of the format. In short records the two differ, and\n"
-        "  2048QAM, 4096QAM and 16ASK can take wrong decisions however clean they are. Measure 3,000 symbols or more, with an\n"
-        "  SNR of 45 dB for 2048QAM and 60 dB for 4096QAM.\n"
+        "  has single wrong symbols, as noise makes them, and 512QAM at 35 dB has them too. 2048QAM wants 45 dB and 4096QAM 50 dB.\n"
+        "- The level of the symbols is the rms of the data at hand, not of the format. In short records the two differ. QAM\n"
+        "  looks for a better level where its symbols do not fit their points; 16ASK can take wrong decisions however clean it\n"
+        "  is. Measure 3,000 symbols or more of it.\n"
         "- The clock of ASK is estimated from a signal with a strong carrier, whose data make more noise in the estimate than\n"
         "  those of any other format. Use a roll-off of 0.5 or more; at 0.22 clean signals read up to 12 %% and some\n"
         "  records take wrong decisions.\n"
@@ -102,6 +102,7 @@ int main()
         dma_test::measure_linear_pull_in(),
         dma_test::measure_ring_ratios(),
         dma_test::measure_ring_ratio_bias(),
+        dma_test::measure_ring_ratios_at_best_clock(),
         dma_test::measure_linear_iq_offset(),
         dma_test::measure_linear_sync_search(),
         dma_test::measure_dpsk_sync_search(),
