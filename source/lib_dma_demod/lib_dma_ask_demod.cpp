@@ -3,6 +3,7 @@
 #include "lib_dma_common/lib_dma_phy_common.h"
 #include "lib_dma_common/lib_dma_phy_frequency_correct.h"
 #include "lib_dma_common/reference_constellation.h"
+#include "lib_dma_demod/lib_dma_ask_level.h"
 #include "lib_dma_demod/stage/carrier_track.h"
 #include "lib_dma_demod/stage/demod_settings.h"
 #include "lib_dma_demod/stage/equalizer.h"
@@ -49,6 +50,15 @@ std::complex<float> slice_level(std::complex<float> point, float scale, float st
     while (level < levels && value > (static_cast<float>(level) + 0.5f) * step)
         ++level;
     return { static_cast<float>(level) * step * scale, 0.0f };
+}
+
+/// Of the format's points, which follow each other in key order.
+level_row_t get_level_row(const constellation_map& points)
+{
+    if (points.size() < 2)
+        return { points.size(), 0.0, 0.0 };
+    const double lowest = static_cast<double>(points.begin()->second.real());
+    return { points.size(), lowest, static_cast<double>(std::next(points.begin())->second.real()) - lowest };
 }
 } // namespace
 
@@ -225,7 +235,15 @@ bool lib_dma_ask_demod_t::ask_carrier_sync(float_array& phase_line, double& resi
 bool lib_dma_ask_demod_t::symbol_detect()
 {
     _update_judge_map(ask_format);
-    const auto judge = [this](std::complex<float> symbol) { return judge_table_.decide_point(symbol); };
+    const level_row_t row = get_level_row(judge_map);
+    const auto judge = [&](complex_array& symbols)
+    {
+        const double level = find_ask_level(symbols, row);
+        if (level != 1.0)
+            DMA_LOG_INFO("lib_dma_ask_demod_t::symbol_detect: the symbols fit a level of %.4f of their rms.\n", 1.0 / level);
+        for (std::complex<float>& symbol : symbols)
+            symbol = judge_table_.decide_point(static_cast<float>(level) * symbol);
+    };
     demod_stage::deal_symbol_decision(work.timing_data, setting.sps, work.meas_data, work.decided_symbol, judge);
     return true;
 }

@@ -122,7 +122,6 @@ accuracy_section_t measure_linear_clean_runs()
             const runs_t runs = make_runs(format, alpha, unbounded, 1000, first_seed, count);
             const std::string what = "EVM, roll-off " + print("%g", alpha);
             const double median = runs.evm.get_median();
-            // Of 16ASK one record in a hundred takes wrong decisions: its bar is on the median.
             const double median_bar = !is_ask ? 0.25 : format == signal_format_t::ask16 ? 0.8 : unbounded;
             const bool wants_balance = is_among(format, dpsk) && alpha < 0.5;
             const double run_bar = wants_balance || format == signal_format_t::ask16 ? unbounded : is_ask ? 1.0 : 0.6;
@@ -317,9 +316,7 @@ accuracy_section_t measure_needed_snr()
         "SNR that right decisions take",
         "Roll-off 0.5, carrier 1234.5 Hz high, seeds 1 to 200, or 1 to 50 where records are long. A run fails when one decoded "
         "symbol is wrong. Of the runs of 128QAM at 30 dB and of 512QAM at 35 dB most have single wrong symbols, as noise makes "
-        "them; seeds 7001 to 7800 and 20001 to 20200 of 512QAM, which nothing was chosen on, hold no run whose carrier is lost. "
-        "The level of ASK's decisions is the rms of the data at hand, which is why longer records of 16ASK decide better; QAM "
-        "looks for a level where the rms does not fit",
+        "them; seeds 7001 to 7800 and 20001 to 20200 of 512QAM, which nothing was chosen on, hold no run whose carrier is lost",
         {}
     };
     for (const trial_t& trial : trials)

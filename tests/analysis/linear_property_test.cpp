@@ -160,7 +160,7 @@ TEST(LinearImpairment, ASkewAndAnImbalanceComeBackAsTheirEvm)
     }
 }
 
-/// A record that the loops of QAM lose, or that is so much louder or softer than its set that its rms is no level to decide at.
+/// A record that the loops of QAM lose, or one so much louder or softer than its set that its rms is no level to decide at.
 struct hard_record_t
 {
     signal_format_t format;
@@ -206,6 +206,9 @@ INSTANTIATE_TEST_SUITE_P(OfUnusualLevel, HardRecord,
                                          hard_record_t{ signal_format_t::qam512, 35.0, 1968 },
                                          hard_record_t{ signal_format_t::qam1024, 45.0, 7122 },
                                          hard_record_t{ signal_format_t::qam2048, 45.0, 7188 },
-                                         hard_record_t{ signal_format_t::qam4096, 45.0, 7024 }),
+                                         hard_record_t{ signal_format_t::qam4096, 45.0, 7024 },
+                                         hard_record_t{ signal_format_t::ask8, 30.0, 245 },
+                                         hard_record_t{ signal_format_t::ask16, 40.0, 77 },
+                                         hard_record_t{ signal_format_t::ask16, 40.0, 105 }),
                          print_record);
 } // namespace
