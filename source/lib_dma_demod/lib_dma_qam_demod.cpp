@@ -22,6 +22,7 @@
 #include <cstddef>
 #include <fmt/format.h>
 #include <utility>
+#include <vector>
 
 namespace vrim::dma_demod_lib
 {
@@ -182,7 +183,7 @@ bool lib_dma_qam_demod_t::timing_recovery()
 bool lib_dma_qam_demod_t::symbol_detect()
 {
     _update_judge_map(qam_format);
-    const auto judge = [this](std::complex<float> symbol) { return judge_slicer_.decide_point(symbol); };
+    const auto judge = [this](complex_array& symbols) { judge_slicer_.decide_points(symbols); };
     demod_stage::deal_symbol_decision(work.timing_data, setting.sps, work.meas_data, work.decided_symbol, judge);
     // Decisions were taken in the standing frame; the transmit filter saw the turning one.
     if (const double turn = _get_turn(); turn != 0.0)
@@ -205,7 +206,8 @@ bool lib_dma_qam_demod_t::qam_decode_bit(std::uint32_t segment_index, lib_dma_ph
                                                data_manager);
     };
     if (!setting.constellation_setting_flag)
-        return decode([this](std::complex<float> symbol) { return judge_slicer_.decide_index(symbol); });
+        return decode([this](const complex_array& symbols, std::vector<std::uint32_t>& indices)
+                      { judge_slicer_.decide_indices(symbols, indices); });
     decision_table_t table;
     table.load(setting.const_iq_map);
     return decode([&table](std::complex<float> symbol) { return table.decide_index(symbol); });

@@ -122,8 +122,7 @@ public:
         std::array<double, run_length> x;
         std::array<double, run_length> y;
         turn_run(amplitude, phase, count, start, advance, static_cast<double>(gain) * scale_, angles_.data(), x.data(), y.data());
-        for (std::size_t k = 0; k < count; ++k)
-            cells_[k] = slicer_.find_cell(x[k], y[k]);
+        slicer_.find_cells(x.data(), y.data(), count, cells_.data());
     }
 
     /// Number of the point that is nearest to amplitude * gain * e^(j angle). @param k  place in the run
