@@ -2,6 +2,7 @@
 
 #include "lib_dma_demod/lib_dma_qam_common.h"
 #include "support/internal/complex_ops.h"
+#include "support/internal/finite_values.h"
 #include "support/internal/vector_clones.h"
 #include "support/lib_common_math.h"
 #include "support/log_macro.h"
@@ -115,15 +116,17 @@ double lib_dma_phy_common_t::snr_cal(const complex_array& meas, const complex_ar
 {
     complex_array error;
     error_vector_cal(meas, ref, error);
-    float_array amplitude;
-    lib_common_math_t::get_complex_array_amplitude(error, amplitude);
+    float_array error_amplitude;
+    float_array ref_amplitude;
+    lib_common_math_t::get_complex_array_amplitude(error, error_amplitude);
+    lib_common_math_t::get_complex_array_amplitude(ref, ref_amplitude);
     double error_power = 0.0;
-    for (const float value : amplitude)
-        error_power += static_cast<double>(value) * static_cast<double>(value);
-    lib_common_math_t::get_complex_array_amplitude(ref, amplitude);
     double ref_power = 0.0;
     for (std::size_t i = 0; i < meas.size(); ++i)
-        ref_power += static_cast<double>(amplitude[i]) * static_cast<double>(amplitude[i]);
+    {
+        error_power += static_cast<double>(error_amplitude[i]) * static_cast<double>(error_amplitude[i]);
+        ref_power += static_cast<double>(ref_amplitude[i]) * static_cast<double>(ref_amplitude[i]);
+    }
     return 10.0 * std::log10(ref_power / error_power);
 }
 
@@ -170,25 +173,22 @@ float lib_dma_phy_common_t::qam_quad_error_cal(lib_dma_qam_modulation_type_t for
     // The square root of 4.5 in units of half the distance of neighbouring points.
     constexpr double class_limit = 2.121320343559642;
     const float limit = static_cast<float>(class_limit / static_cast<double>(lib_dma_qam_common_t::qam_get_rms(format)));
+    float_array amplitudes;
+    lib_common_math_t::get_complex_array_amplitude(symbols, amplitudes);
     double first_sum = 0.0;
     double second_sum = 0.0;
     std::uint32_t first_count = 0;
     std::uint32_t second_count = 0;
-    for (const std::complex<float>& symbol : symbols)
+    for (std::size_t i = 0; i < symbols.size(); ++i)
     {
-        const float amplitude = lib_common_math_t::get_complex_amplitude(symbol);
-        if (!(amplitude < limit) || !(symbol.imag() > 0.0f))
-            continue;
-        if (symbol.real() > 0.0f)
-        {
-            first_sum += static_cast<double>(amplitude);
-            ++first_count;
-        }
-        else if (symbol.real() < 0.0f)
-        {
-            second_sum += static_cast<double>(amplitude);
-            ++second_count;
-        }
+        // Selected, not branched: the quadrants are as random as the data, and adding 0 changes no sum of amplitudes.
+        const bool taken = (amplitudes[i] < limit) & (symbols[i].imag() > 0.0f);
+        const bool first = taken & (symbols[i].real() > 0.0f);
+        const bool second = taken & (symbols[i].real() < 0.0f);
+        first_sum += first ? static_cast<double>(amplitudes[i]) : 0.0;
+        second_sum += second ? static_cast<double>(amplitudes[i]) : 0.0;
+        first_count += first ? 1 : 0;
+        second_count += second ? 1 : 0;
     }
     if (first_count == 0 || second_count == 0)
         return 0.0f;
@@ -260,26 +260,31 @@ float lib_dma_phy_common_t::deal_corr(const complex_array& a, const complex_arra
         return 0.0f;
     check_length(a, count);
     check_length(b, static_cast<std::size_t>(start) + count);
+    // Four sums side by side, each in order. Complex numbers would pass through memory part by part here.
     float power_a = 0.0f;
     float power_b = 0.0f;
-    std::complex<float> product(0.0f, 0.0f);
+    float in_phase = 0.0f;
+    float quadrature = 0.0f;
     for (std::size_t k = 0; k < count; ++k)
     {
-        const std::complex<float> x = a[k];
-        const std::complex<float> y = b[start + k];
-        power_a += std::norm(x);
-        power_b += std::norm(y);
-        product += common_lib::complex_product(std::conj(x), y);
+        const float a_re = a[k].real();
+        const float a_im = a[k].imag();
+        const float b_re = b[start + k].real();
+        const float b_im = b[start + k].imag();
+        power_a += a_re * a_re + a_im * a_im;
+        power_b += b_re * b_re + b_im * b_im;
+        in_phase += a_re * b_re + a_im * b_im;
+        quadrature += a_re * b_im - a_im * b_re;
     }
     const float level = std::sqrt(power_a * power_b);
     if (level < no_power)
         return 0.0f;
-    return lib_common_math_t::get_complex_amplitude(product) / level;
+    return lib_common_math_t::get_complex_amplitude({ in_phase, quadrature }) / level;
 }
 
 void lib_dma_phy_common_t::filter_invalid(complex_array& data, float /*level*/)
 {
-    std::transform(data.begin(), data.end(), data.begin(), common_lib::finite_or_zero);
+    common_lib::replace_infinite(data);
 }
 
 float_array lib_dma_phy_common_t::gen_target_array(float start, float step, float stop, float scale)

@@ -3,6 +3,7 @@
 #include "support/internal/complex_ops.h"
 #include "support/internal/vector_clones.h"
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstddef>
@@ -64,6 +65,30 @@ double sum_of_squares(const float* parts, std::size_t count)
         sum += value;
     return sum;
 }
+
+/// Largest re^2 + im^2; what is not a number is passed over.
+DMA_VECTOR_CLONES
+double find_largest_power(const std::complex<float>* data, std::size_t count)
+{
+    constexpr std::size_t lanes = 8;
+    double largest[lanes] = {};
+    const auto look = [&](std::size_t i, double& found)
+    {
+        const double re = static_cast<double>(data[i].real());
+        const double im = static_cast<double>(data[i].imag());
+        const double power = re * re + im * im;
+        found = power > found ? power : found;
+    };
+    const std::size_t whole = count / lanes * lanes;
+    for (std::size_t i = 0; i < whole; i += lanes)
+    {
+        for (std::size_t k = 0; k < lanes; ++k)
+            look(i + k, largest[k]);
+    }
+    for (std::size_t i = whole; i < count; ++i)
+        look(i, largest[0]);
+    return *std::max_element(largest, largest + lanes);
+}
 } // namespace
 
 float lib_common_math_t::get_complex_amplitude(std::complex<float> value)
@@ -105,15 +130,7 @@ float lib_common_math_t::get_complex_array_rms(const complex_array& in)
 
 float lib_common_math_t::get_data_max_amplitude(const complex_array& in)
 {
-    double largest = 0.0;
-    for (const std::complex<float>& value : in)
-    {
-        const double re = static_cast<double>(value.real());
-        const double im = static_cast<double>(value.imag());
-        const double power = re * re + im * im;
-        largest = power > largest ? power : largest;
-    }
-    return static_cast<float>(std::sqrt(largest));
+    return static_cast<float>(std::sqrt(find_largest_power(in.data(), in.size())));
 }
 
 double lib_common_math_t::amplitude_ratio_to_db_value(double value, double floor)

@@ -3,6 +3,7 @@
 #include "support/internal/bessel.h"
 #include "support/internal/complex_ops.h"
 #include "support/internal/fir_kernel.h"
+#include "support/internal/strided_copy.h"
 
 #include <algorithm>
 #include <cmath>
@@ -52,8 +53,9 @@ void take_stream(const complex_array& in, std::ptrdiff_t begin, std::ptrdiff_t s
     const std::ptrdiff_t from = std::clamp<std::ptrdiff_t>((step - 1 - begin) / step, 0, count);
     const std::ptrdiff_t to = std::clamp<std::ptrdiff_t>((size - begin + step - 1) / step, from, count);
     std::fill(stream.begin(), stream.begin() + from, std::complex<float>(0.0f, 0.0f));
-    for (std::ptrdiff_t i = from; i < to; ++i)
-        stream[static_cast<std::size_t>(i)] = in[static_cast<std::size_t>(begin + i * step)];
+    if (to > from)
+        pick_strided(in.data() + (begin + from * step), static_cast<std::size_t>(step), static_cast<std::size_t>(to - from),
+                     stream.data() + from);
     std::fill(stream.begin() + to, stream.end(), std::complex<float>(0.0f, 0.0f));
 }
 /// Taps that reach from every `down`-th input sample to every `up`-th output.
@@ -132,8 +134,13 @@ bool lib_resampler_t::deal_polyphase_resampling(const complex_array& in, complex
             take_stream(in, stream.first + static_cast<std::ptrdiff_t>(begin * down), static_cast<std::ptrdiff_t>(down), samples);
             correlate_real_taps(samples.data(), stream.taps.data(), stream.taps.size(), part.data(), length);
             std::complex<float>* place = out.data() + begin * stride + stream.output;
+            if (stream.is_first)
+            {
+                spread_strided(part.data(), length, stride, place);
+                continue;
+            }
             for (std::size_t i = 0; i < length; ++i)
-                place[i * stride] = (stream.is_first ? std::complex<float>(0.0f, 0.0f) : place[i * stride]) + part[i];
+                place[i * stride] += part[i];
         }
     }
     return true;
