@@ -3,6 +3,7 @@
 #include "support/internal/bessel.h"
 #include "support/internal/complex_ops.h"
 #include "support/internal/fir_kernel.h"
+#include "support/internal/main_tap.h"
 #include "support/internal/strided_copy.h"
 
 #include <algorithm>
@@ -65,6 +66,7 @@ struct stream_t
     std::ptrdiff_t first; ///< oldest input sample that it sees; may lie before the input
     bool is_first;        ///< of those that make up an output
     float_array taps;
+    main_tap_t main_tap;
 };
 
 /// @param outputs  first outputs of the classes that there are
@@ -85,10 +87,12 @@ std::vector<stream_t> make_streams(const float_array& taps, std::uint64_t up, st
         const std::ptrdiff_t oldest = newest - members + 1;
         for (std::ptrdiff_t residue = 0; residue < std::min(signed_down, members); ++residue)
         {
-            stream_t stream = { k, oldest + residue, residue == 0, {} };
-            for (std::ptrdiff_t s = stream.first; s <= newest; s += signed_down)
-                stream.taps.push_back(taps[static_cast<std::size_t>(position + half - s * signed_up)]);
-            streams.push_back(std::move(stream));
+            const std::ptrdiff_t first = oldest + residue;
+            float_array stream_taps;
+            for (std::ptrdiff_t s = first; s <= newest; s += signed_down)
+                stream_taps.push_back(taps[static_cast<std::size_t>(position + half - s * signed_up)]);
+            const main_tap_t main_tap(stream_taps);
+            streams.push_back({ k, first, residue == 0, std::move(stream_taps), main_tap });
         }
     }
     return streams;
@@ -132,7 +136,8 @@ bool lib_resampler_t::deal_polyphase_resampling(const complex_array& in, complex
             const std::size_t length = std::min(block_outputs, outputs - begin);
             samples.resize(length + stream.taps.size() - 1);
             take_stream(in, stream.first + static_cast<std::ptrdiff_t>(begin * down), static_cast<std::ptrdiff_t>(down), samples);
-            correlate_real_taps(samples.data(), stream.taps.data(), stream.taps.size(), part.data(), length);
+            if (!stream.main_tap.stands_out() || !stream.main_tap.correlate(samples.data(), part.data(), length))
+                correlate_real_taps(samples.data(), stream.taps.data(), stream.taps.size(), part.data(), length);
             std::complex<float>* place = out.data() + begin * stride + stream.output;
             if (stream.is_first)
             {
