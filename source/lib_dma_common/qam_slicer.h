@@ -89,8 +89,8 @@ private:
             const double reach_x = get_reach(x, column);
             const double reach_y = get_reach(y, row);
             const float clearance = static_cast<float>((reach_x < reach_y ? reach_x : reach_y) - margin);
-            const double larger = std::abs(x) > std::abs(y) ? std::abs(x) : std::abs(y);
-            return { get_place(column, row), larger <= farthest ? clearance : 0.0f };
+            const bool near = (std::abs(x) <= farthest) & (std::abs(y) <= farthest);
+            return { get_place(column, row), near ? clearance : 0.0f };
         }
     };
 
