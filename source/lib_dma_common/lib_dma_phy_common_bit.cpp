@@ -502,10 +502,9 @@ void lib_dma_phy_common_t::complex_to_float_arr(const complex_array& data, float
 
 void lib_dma_phy_common_t::float_to_complex_arr(float_array values, complex_array& out)
 {
-    out.clear();
-    out.reserve(values.size());
-    for (const float value : values)
-        out.emplace_back(value, 0.0f);
+    out.resize(values.size());
+    for (std::size_t i = 0; i < values.size(); ++i)
+        out[i] = { values[i], 0.0f };
 }
 
 float lib_dma_phy_common_t::get_float_array_rms(const float_array& values)

@@ -2,11 +2,14 @@
 
 #include "lib_dma_demod/lib_dma_qam_common.h"
 #include "support/internal/complex_ops.h"
+#include "support/internal/finite_values.h"
+#include "support/internal/polar_form.h"
 #include "support/internal/vector_clones.h"
 #include "support/lib_common_math.h"
 #include "support/log_macro.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstddef>
 #include <cstdlib>
@@ -19,6 +22,7 @@ using common_lib::lib_common_math_t;
 namespace
 {
 constexpr double degrees_per_radian = 57.29577951308232;
+constexpr std::size_t block_points = 1024; // whose passing values stay in the nearest cache
 
 /// Range check of one index for a whole loop, with the failure of a checked access.
 void check_length(const complex_array& array, std::size_t needed)
@@ -44,6 +48,28 @@ void fold_phase_differences(const float* ref, std::size_t count, float* in_out)
         const double folded = difference < -common_lib::pi ? difference + common_lib::two_pi : lowered;
         in_out[i] = static_cast<float>(folded * degrees_per_radian);
     }
+}
+
+/// Amplitudes below the limit of the symbols in either of the upper quadrants; 0, which changes no sum, for all others.
+/// Selected, not branched: the quadrants are as random as the data.
+DMA_VECTOR_CLONES
+void take_upper_quadrants(const std::complex<float>* symbols, std::size_t count, float limit, float* first, float* second)
+{
+    for (std::size_t i = 0; i < count; ++i)
+    {
+        const float amplitude = common_lib::amplitude_of(symbols[i]);
+        const float taken = (amplitude < limit) & (symbols[i].imag() > 0.0f) ? amplitude : 0.0f;
+        first[i] = symbols[i].real() > 0.0f ? taken : 0.0f;
+        second[i] = symbols[i].real() < 0.0f ? taken : 0.0f;
+    }
+}
+
+/// @param deal  deal(start, length), for points one behind the other
+template <typename deal_t>
+void for_each_block(std::size_t count, deal_t&& deal)
+{
+    for (std::size_t start = 0; start < count; start += block_points)
+        deal(start, std::min(block_points, count - start));
 }
 
 /// @param take  called with each entry of the list
@@ -95,35 +121,52 @@ void lib_dma_phy_common_t::error_vector_cal(const complex_array& meas, const com
 void lib_dma_phy_common_t::mag_error_cal(const complex_array& meas, const complex_array& ref, float_array& out)
 {
     check_length(ref, meas.size());
-    float_array ref_amplitude;
-    lib_common_math_t::get_complex_array_amplitude(ref, ref_amplitude);
-    lib_common_math_t::get_complex_array_amplitude(meas, out);
-    for (std::size_t i = 0; i < out.size(); ++i)
-        out[i] = ref_amplitude[i] - out[i];
+    out.resize(meas.size());
+    std::array<float, block_points> ref_amplitude;
+    for_each_block(meas.size(),
+                   [&](std::size_t start, std::size_t length)
+                   {
+                       common_lib::fill_amplitudes(ref.data() + start, length, ref_amplitude.data());
+                       common_lib::fill_amplitudes(meas.data() + start, length, out.data() + start);
+                       for (std::size_t i = 0; i < length; ++i)
+                           out[start + i] = ref_amplitude[i] - out[start + i];
+                   });
 }
 
 void lib_dma_phy_common_t::phase_error_cal(const complex_array& meas, const complex_array& ref, float_array& out)
 {
     check_length(ref, meas.size());
-    float_array ref_phase;
-    lib_common_math_t::get_complex_array_phase(ref, ref_phase);
-    lib_common_math_t::get_complex_array_phase(meas, out);
-    fold_phase_differences(ref_phase.data(), out.size(), out.data());
+    out.resize(meas.size());
+    std::array<float, block_points> ref_phase;
+    for_each_block(meas.size(),
+                   [&](std::size_t start, std::size_t length)
+                   {
+                       common_lib::fill_phases(ref.data() + start, length, ref_phase.data());
+                       common_lib::fill_phases(meas.data() + start, length, out.data() + start);
+                       fold_phase_differences(ref_phase.data(), length, out.data() + start);
+                   });
 }
 
 double lib_dma_phy_common_t::snr_cal(const complex_array& meas, const complex_array& ref)
 {
-    complex_array error;
-    error_vector_cal(meas, ref, error);
-    float_array amplitude;
-    lib_common_math_t::get_complex_array_amplitude(error, amplitude);
+    check_length(ref, meas.size());
+    std::array<std::complex<float>, block_points> error;
+    std::array<float, block_points> error_amplitude;
+    std::array<float, block_points> ref_amplitude;
     double error_power = 0.0;
-    for (const float value : amplitude)
-        error_power += static_cast<double>(value) * static_cast<double>(value);
-    lib_common_math_t::get_complex_array_amplitude(ref, amplitude);
     double ref_power = 0.0;
-    for (std::size_t i = 0; i < meas.size(); ++i)
-        ref_power += static_cast<double>(amplitude[i]) * static_cast<double>(amplitude[i]);
+    for_each_block(meas.size(),
+                   [&](std::size_t start, std::size_t length)
+                   {
+                       subtract(ref.data() + start, meas.data() + start, length, error.data());
+                       common_lib::fill_amplitudes(error.data(), length, error_amplitude.data());
+                       common_lib::fill_amplitudes(ref.data() + start, length, ref_amplitude.data());
+                       for (std::size_t i = 0; i < length; ++i)
+                       {
+                           error_power += static_cast<double>(error_amplitude[i]) * static_cast<double>(error_amplitude[i]);
+                           ref_power += static_cast<double>(ref_amplitude[i]) * static_cast<double>(ref_amplitude[i]);
+                       }
+                   });
     return 10.0 * std::log10(ref_power / error_power);
 }
 
@@ -170,26 +213,24 @@ float lib_dma_phy_common_t::qam_quad_error_cal(lib_dma_qam_modulation_type_t for
     // The square root of 4.5 in units of half the distance of neighbouring points.
     constexpr double class_limit = 2.121320343559642;
     const float limit = static_cast<float>(class_limit / static_cast<double>(lib_dma_qam_common_t::qam_get_rms(format)));
+    std::array<float, block_points> first;
+    std::array<float, block_points> second;
     double first_sum = 0.0;
     double second_sum = 0.0;
     std::uint32_t first_count = 0;
     std::uint32_t second_count = 0;
-    for (const std::complex<float>& symbol : symbols)
-    {
-        const float amplitude = lib_common_math_t::get_complex_amplitude(symbol);
-        if (!(amplitude < limit) || !(symbol.imag() > 0.0f))
-            continue;
-        if (symbol.real() > 0.0f)
-        {
-            first_sum += static_cast<double>(amplitude);
-            ++first_count;
-        }
-        else if (symbol.real() < 0.0f)
-        {
-            second_sum += static_cast<double>(amplitude);
-            ++second_count;
-        }
-    }
+    for_each_block(symbols.size(),
+                   [&](std::size_t start, std::size_t length)
+                   {
+                       take_upper_quadrants(symbols.data() + start, length, limit, first.data(), second.data());
+                       for (std::size_t i = 0; i < length; ++i)
+                       {
+                           first_sum += static_cast<double>(first[i]);
+                           second_sum += static_cast<double>(second[i]);
+                           first_count += first[i] > 0.0f ? 1 : 0;
+                           second_count += second[i] > 0.0f ? 1 : 0;
+                       }
+                   });
     if (first_count == 0 || second_count == 0)
         return 0.0f;
     const double ratio = (first_sum / first_count) / (second_sum / second_count);
@@ -260,26 +301,31 @@ float lib_dma_phy_common_t::deal_corr(const complex_array& a, const complex_arra
         return 0.0f;
     check_length(a, count);
     check_length(b, static_cast<std::size_t>(start) + count);
+    // Four sums side by side, each in order. Complex numbers would pass through memory part by part here.
     float power_a = 0.0f;
     float power_b = 0.0f;
-    std::complex<float> product(0.0f, 0.0f);
+    float in_phase = 0.0f;
+    float quadrature = 0.0f;
     for (std::size_t k = 0; k < count; ++k)
     {
-        const std::complex<float> x = a[k];
-        const std::complex<float> y = b[start + k];
-        power_a += std::norm(x);
-        power_b += std::norm(y);
-        product += common_lib::complex_product(std::conj(x), y);
+        const float a_re = a[k].real();
+        const float a_im = a[k].imag();
+        const float b_re = b[start + k].real();
+        const float b_im = b[start + k].imag();
+        power_a += a_re * a_re + a_im * a_im;
+        power_b += b_re * b_re + b_im * b_im;
+        in_phase += a_re * b_re + a_im * b_im;
+        quadrature += a_re * b_im - a_im * b_re;
     }
     const float level = std::sqrt(power_a * power_b);
     if (level < no_power)
         return 0.0f;
-    return lib_common_math_t::get_complex_amplitude(product) / level;
+    return lib_common_math_t::get_complex_amplitude({ in_phase, quadrature }) / level;
 }
 
 void lib_dma_phy_common_t::filter_invalid(complex_array& data, float /*level*/)
 {
-    std::transform(data.begin(), data.end(), data.begin(), common_lib::finite_or_zero);
+    common_lib::replace_infinite(data);
 }
 
 float_array lib_dma_phy_common_t::gen_target_array(float start, float step, float stop, float scale)

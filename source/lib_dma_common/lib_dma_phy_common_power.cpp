@@ -77,18 +77,28 @@ struct band_power_t
     std::size_t bins = 0;
 };
 
-/// The sum over all bins is that over the samples (Parseval), which needs no transform.
-band_power_t cal_whole_power(std::span<const std::complex<float>> data, const gauss_weights_t& window)
+/// Sums of the window and of what it leaves of the samples, each in order.
+struct window_sums_t
 {
-    double sum = 0.0;
+    float weight = 0.0f;
+    float squared_weight = 0.0f;
+    double energy = 0.0; ///< by Parseval also that of all bins, without a transform
+};
+
+/// One walk for all sums: each waits for its own additions, and side by side they wait together.
+window_sums_t cal_window_sums(std::span<const std::complex<float>> data, const gauss_weights_t& window)
+{
+    window_sums_t sums;
     for (std::size_t i = 0; i < data.size(); ++i)
     {
-        const double weight = static_cast<double>(window[i]);
-        const double re = weight * static_cast<double>(data[i].real());
-        const double im = weight * static_cast<double>(data[i].imag());
-        sum += re * re + im * im;
+        const float weight = window[i];
+        const double re = static_cast<double>(weight) * static_cast<double>(data[i].real());
+        const double im = static_cast<double>(weight) * static_cast<double>(data[i].imag());
+        sums.weight += weight;
+        sums.squared_weight += weight * weight;
+        sums.energy += re * re + im * im;
     }
-    return { sum / static_cast<double>(data.size()), data.size() };
+    return sums;
 }
 
 /// Least place in [0, count) of which `holds` is true, or `count`. Once true, `holds` stays so for the places above.
@@ -141,19 +151,13 @@ float cal_channel_power(std::span<const std::complex<float>> data, std::uint32_t
     if (size == 0)
         return std::numeric_limits<float>::quiet_NaN();
     const gauss_weights_t window(size);
-    float sum = 0.0f;
-    float sum_of_squares = 0.0f;
-    for (std::size_t i = 0; i < size; ++i)
-    {
-        sum += window[i];
-        sum_of_squares += window[i] * window[i];
-    }
+    const window_sums_t sums = cal_window_sums(data, window);
     const float count = static_cast<float>(size);
-    const float coherent_gain = sum / count;
-    const float noise_bandwidth = (sum_of_squares / count) / (coherent_gain * coherent_gain) * (sample_rate / count);
+    const float coherent_gain = sums.weight / count;
+    const float noise_bandwidth = (sums.squared_weight / count) / (coherent_gain * coherent_gain) * (sample_rate / count);
 
-    const band_power_t band =
-        bandwidth >= sample_rate ? cal_whole_power(data, window) : cal_band_power(data, window, sample_rate, bandwidth);
+    const band_power_t band = bandwidth >= sample_rate ? band_power_t{ sums.energy / static_cast<double>(size), size }
+                                                       : cal_band_power(data, window, sample_rate, bandwidth);
     const double amplitude_scale =
         static_cast<double>(coherent_gain) * static_cast<double>(coherent_gain) * (half_power ? 2.0 : 1.0);
     const double density = band.power / amplitude_scale / static_cast<double>(load) / static_cast<double>(noise_bandwidth);

@@ -1,6 +1,7 @@
 #include "lib_dma_common/lib_dma_phy_common.h"
 
 #include "support/internal/complex_ops.h"
+#include "support/internal/strided_copy.h"
 #include "support/internal/vector_clones.h"
 #include "support/trace_output.h"
 
@@ -95,9 +96,7 @@ void pick_samples(const std::vector<value_t>& data, float factor, std::uint32_t 
         // Picking in place never overtakes itself.
         if (&out != &data)
             out.resize(count);
-        const value_t* source = data.data() + offset;
-        for (std::size_t i = 0; i < count; ++i)
-            out[i] = source[i * stride];
+        common_lib::pick_strided(data.data() + offset, stride, count, out.data());
         out.resize(count);
         return;
     }
@@ -220,8 +219,7 @@ void lib_dma_phy_common_t::take_inner_symbols(const complex_array& data, std::ui
     if (sps == 0)
         return;
     out.resize(last > first ? (last - first + sps - 1) / sps : 0);
-    for (std::size_t i = 0; i < out.size(); ++i)
-        out[i] = data[first + i * sps];
+    common_lib::pick_strided(data.data() + first, sps, out.size(), out.data());
 }
 
 void lib_dma_phy_common_t::gen_rectangular_filter(std::uint32_t span, std::uint32_t sps, complex_array& out)

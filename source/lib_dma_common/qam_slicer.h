@@ -41,41 +41,67 @@ public:
     /// Key of the nearest point, distances squared in single precision; 0 for an empty set.
     std::uint32_t decide_index(std::complex<float> value) const { return empty() ? 0 : _decide<float>(value); }
 
+    /// `decide_point` of all values, in place.
+    void decide_points(complex_array& values) const;
+    /// `decide_index` of all values.
+    void decide_indices(const complex_array& values, std::vector<std::uint32_t>& indices) const;
+
     /// Grid units for one; 0 without a grid.
-    double get_scale() const { return side_ == 0 ? 0.0 : inverse_unit_; }
+    double get_scale() const { return grid_.side == 0 ? 0.0 : inverse_unit_; }
     /// The cell around a place in grid units. All decisions on values less than `clearance` away from it are the cell's key.
-    cell_t find_cell(double x, double y) const
-    {
-        if (!(std::abs(x) <= farthest_ && std::abs(y) <= farthest_))
-            return {};
-        const std::int32_t column = common_lib::get_nearest_odd(x, side_);
-        const std::int32_t row = common_lib::get_nearest_odd(y, side_);
-        const std::int16_t key = cells_[_get_cell(column, row)];
-        if (key == no_point)
-            return {};
-        const double reach = std::min(_get_reach(x, column), _get_reach(y, row));
-        return { static_cast<std::uint32_t>(key), static_cast<float>(reach - cell_margin_) };
-    }
+    cell_t find_cell(double x, double y) const { return grid_.side == 0 ? cell_t() : _get_cell(grid_.find_spot(x, y)); }
+    /// The cells around many places, in vector code.
+    void find_cells(const double* x, const double* y, std::size_t count, cell_t* cells) const;
 
 private:
     template <typename number_t>
     struct nearest_t;
 
-    static constexpr std::int16_t no_point = -1;
+    /// Place of a cell in `cells_`, and its clearance there.
+    struct spot_t
+    {
+        std::int32_t place;
+        float clearance;
+    };
 
-    /// Place of odd coordinates in `cells_`.
-    std::size_t _get_cell(std::int32_t x, std::int32_t y) const
+    /// The square around the set. Coordinates count odd integers from -(side - 1) to side - 1, in units of half the distance of
+    /// neighbouring points.
+    struct grid_t
     {
-        const std::int32_t column = (x + side_ - 1) / 2;
-        return static_cast<std::size_t>(column * side_ + (y + side_ - 1) / 2);
-    }
-    /// Distance of a value to the nearer border of its cell, at most 1. The outermost cells have no outer border.
-    double _get_reach(double value, std::int32_t coordinate) const
+        std::int32_t side = 0;   ///< points a side; 0 without a grid
+        double farthest = -1.0;  ///< coordinate up to which cells are told, negative without a grid
+        double margin = 0.0;     ///< distance to a border that rounding may use up
+
+        std::int32_t get_place(std::int32_t x, std::int32_t y) const { return (x + side - 1) / 2 * side + (y + side - 1) / 2; }
+        /// Distance of a value to the nearer border of its cell, at most 1. The outermost cells have no outer border.
+        double get_reach(double value, std::int32_t coordinate) const
+        {
+            const double offset = value - static_cast<double>(coordinate);
+            const double lower = coordinate == 1 - side ? 1.0 : 1.0 + offset;
+            const double upper = coordinate == side - 1 ? 1.0 : 1.0 - offset;
+            return lower < upper ? lower : upper;
+        }
+        /// Selected, not branched: loops of it become vector code. Any place with clearance 0 stands for what lies too far out.
+        spot_t find_spot(double x, double y) const
+        {
+            const std::int32_t column = common_lib::get_nearest_odd(x, side);
+            const std::int32_t row = common_lib::get_nearest_odd(y, side);
+            const double reach_x = get_reach(x, column);
+            const double reach_y = get_reach(y, row);
+            const float clearance = static_cast<float>((reach_x < reach_y ? reach_x : reach_y) - margin);
+            const bool near = (std::abs(x) <= farthest) & (std::abs(y) <= farthest);
+            return { get_place(column, row), near ? clearance : 0.0f };
+        }
+    };
+
+    static constexpr std::int16_t no_point = -1;
+    static constexpr std::size_t block_values = 64; // that are dealt with at once
+
+    static void _find_spots(const double* x, const double* y, std::size_t count, grid_t grid, spot_t* spots);
+    cell_t _get_cell(spot_t spot) const
     {
-        const double offset = value - static_cast<double>(coordinate);
-        const double lower = coordinate == 1 - side_ ? 1.0 : 1.0 + offset;
-        const double upper = coordinate == side_ - 1 ? 1.0 : 1.0 - offset;
-        return std::min(lower, upper);
+        const std::int16_t key = cells_[static_cast<std::size_t>(spot.place)];
+        return key == no_point ? cell_t() : cell_t{ static_cast<std::uint32_t>(key), spot.clearance };
     }
     /// Width in grid units within which rounding may move a border, for a value `outside` units beyond the set. The points are
     /// single-precision numbers, and single-precision distances lose digits as they grow.
@@ -95,13 +121,13 @@ private:
     /// The decision where the cell alone does not tell.
     template <typename number_t>
     std::uint32_t _decide_closely(std::complex<float> value) const;
+    /// Decides block by block. @param take  take(i, number) of value i
+    template <typename number_t, typename take_t>
+    void _decide_all(const complex_array& values, take_t&& take) const;
 
-    // Coordinates count odd integers from -(side - 1) to side - 1, in units of half the distance of neighbouring points.
-    std::int32_t side_ = 0;   ///< points a side of the square around the set; 0 without a grid
+    grid_t grid_;
     std::int32_t corner_ = 0; ///< points a side of the missing corners
     double inverse_unit_ = 0.0;
-    double farthest_ = -1.0; ///< coordinate up to which cells are told, negative without a grid
-    double cell_margin_ = 0.0;
     decision_table_t table_;
     std::vector<std::int16_t> cells_; ///< key of each place, column by column
 };

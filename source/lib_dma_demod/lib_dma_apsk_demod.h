@@ -101,6 +101,8 @@ public:
     constellation_map judge_map; ///< the format's points as `apsk_judge` left them
 
 private:
+    /// The measurement filter, from a block into `work.iq_data`. @return false when no taps came out
+    bool _filter_block(const complex_array& block);
     /// Makes the map of a format and the ring ratios unless it stands already.
     void _update_judge_map(lib_dma_apsk_modulation_type_t format);
     /// Mean distance of symbols, turned by `turn` radians, to the decided points.

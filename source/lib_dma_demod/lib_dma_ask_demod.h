@@ -88,6 +88,8 @@ public:
     constellation_map judge_map; ///< the format's points as `ask_judge` left them
 
 private:
+    /// The measurement filter, from a block into `work.iq_data`. @return false when no taps came out
+    bool _filter_block(const complex_array& block);
     /// Makes the map of a format unless it stands already.
     void _update_judge_map(lib_dma_ask_modulation_type_t format);
 

@@ -125,9 +125,8 @@ bool lib_dma_dpsk_demod_t::lib_dma_dpsk_demod_process(std::uint32_t segment_inde
     error_summary_t& summary = data_manager.get_error_summary(segment_index);
     work.iq_data.swap(summary.ref_data);
     work.timing_data.swap(summary.meas_data);
-    work.iq_data = demod_block;
 
-    if (!meas_filter_process())
+    if (!_filter_block(demod_block))
         return fail_with_block();
     if (!timing_recovery())
         return fail_with_block();
@@ -194,8 +193,13 @@ void lib_dma_dpsk_demod_t::clear()
 
 bool lib_dma_dpsk_demod_t::meas_filter_process()
 {
+    return _filter_block(work.iq_data);
+}
+
+bool lib_dma_dpsk_demod_t::_filter_block(const complex_array& block)
+{
     const demod_stage::meas_filter_result_t result = demod_stage::deal_meas_filter(
-        setting.meas_filter_type, setting.filter_length, setting.filter_alpha, setting.sps, filter_, work.iq_data);
+        setting.meas_filter_type, setting.filter_length, setting.filter_alpha, setting.sps, filter_, block, work.iq_data);
     if (!result.known)
         DMA_LOG_ERROR("error!undefined filter type\n");
     return result.succeeded;

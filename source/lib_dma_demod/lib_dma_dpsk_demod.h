@@ -92,6 +92,8 @@ public:
     constellation_map judge_map;   ///< the points as `dpsk_judge` left them
 
 private:
+    /// The measurement filter, from a block into `work.iq_data`. @return false when no taps came out
+    bool _filter_block(const complex_array& block);
     /// Points of the carrier loop and of the decisions: those of the format, doubled where it turns.
     std::uint32_t _get_decision_order() const;
     /// Makes the map of an order and rotation unless it stands already.

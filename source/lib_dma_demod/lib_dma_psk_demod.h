@@ -85,6 +85,8 @@ public:
     constellation_map judge_map; ///< the format's points as `psk_judge` left them
 
 private:
+    /// The measurement filter, from a block into `work.iq_data`. @return false when no taps came out
+    bool _filter_block(const complex_array& block);
     /// Makes the map of a format and rotation unless it stands already.
     void _update_judge_map(lib_dma_psk_modulation_type_t format, float rotation);
     /// Decision on the map that stands.

@@ -22,6 +22,7 @@
 #include <cstddef>
 #include <fmt/format.h>
 #include <utility>
+#include <vector>
 
 namespace vrim::dma_demod_lib
 {
@@ -88,9 +89,8 @@ bool lib_dma_qam_demod_t::lib_dma_qam_demod_process(std::uint32_t segment_index,
     error_summary_t& summary = data_manager.get_error_summary(segment_index);
     work.iq_data.swap(summary.ref_data);
     work.timing_data.swap(summary.meas_data);
-    work.iq_data = demod_block;
 
-    if (!meas_filter_process())
+    if (!_filter_block(demod_block))
     {
         DMA_LOG_ERROR("lib_dma_qam_demod_t::meas_filter_process error!\n");
         return fail_with_block();
@@ -164,8 +164,13 @@ void lib_dma_qam_demod_t::clear()
 
 bool lib_dma_qam_demod_t::meas_filter_process()
 {
+    return _filter_block(work.iq_data);
+}
+
+bool lib_dma_qam_demod_t::_filter_block(const complex_array& block)
+{
     const demod_stage::meas_filter_result_t result = demod_stage::deal_meas_filter(
-        setting.meas_filter_type, setting.filter_length, setting.filter_alpha, setting.sps, filter_, work.iq_data);
+        setting.meas_filter_type, setting.filter_length, setting.filter_alpha, setting.sps, filter_, block, work.iq_data);
     if (!result.known)
         DMA_LOG_ERROR("error!undefined filter type\n");
     return result.succeeded;
@@ -183,7 +188,15 @@ bool lib_dma_qam_demod_t::timing_recovery()
 bool lib_dma_qam_demod_t::symbol_detect()
 {
     _update_judge_map(qam_format);
-    const auto judge = [this](std::complex<float> symbol) { return judge_slicer_.decide_point(decision_level_ * symbol); };
+    const auto judge = [this](complex_array& symbols)
+    {
+        if (decision_level_ != 1.0f)
+        {
+            for (std::complex<float>& symbol : symbols)
+                symbol *= decision_level_;
+        }
+        judge_slicer_.decide_points(symbols);
+    };
     demod_stage::deal_symbol_decision(work.timing_data, setting.sps, work.meas_data, work.decided_symbol, judge);
     // Decisions were taken in the standing frame; the transmit filter saw the turning one.
     if (const double turn = _get_turn(); turn != 0.0)
@@ -206,7 +219,8 @@ bool lib_dma_qam_demod_t::qam_decode_bit(std::uint32_t segment_index, lib_dma_ph
                                                data_manager);
     };
     if (!setting.constellation_setting_flag)
-        return decode([this](std::complex<float> symbol) { return judge_slicer_.decide_index(symbol); });
+        return decode([this](const complex_array& symbols, std::vector<std::uint32_t>& indices)
+                      { judge_slicer_.decide_indices(symbols, indices); });
     decision_table_t table;
     table.load(setting.const_iq_map);
     return decode([&table](std::complex<float> symbol) { return table.decide_index(symbol); });

@@ -100,6 +100,8 @@ public:
     constellation_map judge_map; ///< the format's points as `qam_judge` left them
 
 private:
+    /// The measurement filter, from a block into `work.iq_data`. @return false when no taps came out
+    bool _filter_block(const complex_array& block);
     /// Fixed turn of the format, radians per symbol; 0 for the formats that stand still. The carrier loop takes it in single
     /// precision, the reference in double.
     double _get_turn() const;

@@ -32,6 +32,20 @@ inline float wrap_angle(float angle)
     return std::abs(angle) < single_pi ? angle : lib_dma_phy_common_t::wrap_to_pi(angle);
 }
 
+/// Whether one turn at most is to be taken out.
+inline bool is_within_turn(float angle)
+{
+    constexpr float below_turn = 6.28f;
+    return std::abs(angle) < below_turn;
+}
+
+/// `wrap_angle` of what is within a turn, without a call.
+inline float wrap_within_turn(float angle)
+{
+    const double wide = static_cast<double>(angle);
+    return std::abs(angle) < single_pi ? angle : static_cast<float>(wide - std::copysign(common_lib::two_pi, wide));
+}
+
 /// Symbols or points in polar form; what the loop asks of each is worked out once.
 struct polar_array_t
 {
@@ -122,20 +136,16 @@ public:
         std::array<double, run_length> x;
         std::array<double, run_length> y;
         turn_run(amplitude, phase, count, start, advance, static_cast<double>(gain) * scale_, angles_.data(), x.data(), y.data());
-        for (std::size_t k = 0; k < count; ++k)
-            cells_[k] = slicer_.find_cell(x[k], y[k]);
+        slicer_.find_cells(x.data(), y.data(), count, cells_.data());
     }
 
-    /// Number of the point that is nearest to amplitude * gain * e^(j angle). @param k  place in the run
-    std::uint32_t decide(std::size_t k, float amplitude, float gain, float angle) const
+    /// Whether the guess is the number of the point that is nearest to amplitude * gain * e^(j angle). @param k  place in the run
+    bool holds(std::size_t k, float amplitude, float gain, float angle) const
     {
         const float moved = amplitude * (std::abs(gain - gain_) + gain_ * std::abs(angle - angles_[k]));
-        if (moved * static_cast<float>(scale_) < cells_[k].clearance)
-            return cells_[k].key;
-        const std::complex<float> direction = common_lib::unit_phasor(angle);
-        const float radius = amplitude * gain;
-        return slicer_.decide_number({ radius * direction.real(), radius * direction.imag() });
+        return moved * static_cast<float>(scale_) < cells_[k].clearance;
     }
+    std::uint32_t get_guess(std::size_t k) const { return cells_[k].key; }
 
 private:
     const qam_slicer_t& slicer_;
@@ -146,45 +156,112 @@ private:
 };
 
 /// Walks the loop over symbols in the order given.
-/// @param settling  decisions do without the gain, which is only followed and kept in its range
-/// @param keep      keep(i, error) behind each symbol
-template <bool settling, typename keep_t>
-void walk_loop(const polar_array_t& symbols, const polar_array_t& points, const qam_slicer_t& slicer, float turn,
-               const qam_loop_setting_t& setting, loop_t& loop, keep_t&& keep)
+/// @tparam settling  decisions do without the gain, which is only followed and kept in its range
+template <bool settling>
+class loop_walk_t
 {
-    const std::size_t count = symbols.phase.size();
-    loop_decision_t decision(slicer);
-    for (std::size_t first = 0; first < count; first += run_length)
+public:
+    /// @param turn  radians per symbol in the order of the walk
+    loop_walk_t(const polar_array_t& symbols, const polar_array_t& points, const qam_slicer_t& slicer, float turn,
+                const qam_loop_setting_t& setting)
+        : symbols_(symbols), points_(points), slicer_(slicer), turn_(turn), setting_(setting), decision_(slicer)
     {
-        const std::size_t length = std::min(run_length, count - first);
-        decision.guess_run(symbols.amplitude.data() + first, symbols.phase.data() + first, length, loop.phase,
-                           loop.frequency + turn, settling ? 1.0f : loop.gain);
-        for (std::size_t k = 0; k < length; ++k)
+    }
+
+    /// @param keep  keep(i, loop, error) behind each symbol
+    template <typename keep_t>
+    void run(loop_t& loop, keep_t&& keep)
+    {
+        const std::size_t count = symbols_.phase.size();
+        for (std::size_t first = 0; first < count; first += run_length)
         {
-            const std::size_t i = first + k;
-            if (turn != 0.0f)
-                loop.phase += turn;
-            loop.phase += loop.frequency;
-            if (settling && (loop.gain > largest_gain || loop.gain < least_gain))
-                loop.gain = 1.0f;
-            loop.wrap();
-            const float angle = wrap_angle(loop.phase + symbols.phase[i]);
-            float decided_amplitude = 0.0f;
-            float decided_phase = 0.0f;
-            if (!slicer.empty())
+            const std::size_t end = std::min(first + run_length, count);
+            decision_.guess_run(symbols_.amplitude.data() + first, symbols_.phase.data() + first, end - first, loop.phase,
+                                loop.frequency + turn_, settling ? 1.0f : loop.gain);
+            for (std::size_t i = first; i < end; ++i)
             {
-                const std::uint32_t number = decision.decide(k, symbols.amplitude[i], settling ? 1.0f : loop.gain, angle);
-                decided_amplitude = points.amplitude[number];
-                decided_phase = points.phase[number];
+                // Each symbol waits for the loop that the one before left. Nothing is called as long as guesses hold, so that
+                // the loop stays in registers.
+                loop_t state = loop;
+                float error = 0.0f;
+                for (; i < end && take_guess(i, i - first, state, error); ++i)
+                    keep(i, state, error);
+                loop = state;
+                if (i == end)
+                    break;
+                error = take_decision(i, loop);
+                keep(i, loop, error);
             }
-            const float error = wrap_angle(decided_phase - angle);
-            loop.frequency += error * setting.ki;
-            loop.phase += error * setting.kp;
-            loop.update_gain(decided_amplitude, symbols.amplitude[i], setting);
-            keep(i, error);
         }
     }
-}
+
+private:
+    /// To the time of the next symbol.
+    void advance(loop_t& loop) const
+    {
+        if (turn_ != 0.0f)
+            loop.phase += turn_;
+        loop.phase += loop.frequency;
+        if (settling && (loop.gain > largest_gain || loop.gain < least_gain))
+            loop.gain = 1.0f;
+        loop.wrap();
+    }
+
+    void correct(std::size_t i, float error, float decided_amplitude, loop_t& loop) const
+    {
+        loop.frequency += error * setting_.ki;
+        loop.phase += error * setting_.kp;
+        loop.update_gain(decided_amplitude, symbols_.amplitude[i], setting_);
+    }
+
+    /// One symbol by its guess. @return false, and nothing done, when that does not hold
+    bool take_guess(std::size_t i, std::size_t k, loop_t& loop, float& error) const
+    {
+        loop_t next = loop;
+        advance(next);
+        const float turned = next.phase + symbols_.phase[i];
+        if (!is_within_turn(turned))
+            return false;
+        const float angle = wrap_within_turn(turned);
+        if (!decision_.holds(k, symbols_.amplitude[i], settling ? 1.0f : next.gain, angle))
+            return false;
+        const std::uint32_t number = decision_.get_guess(k);
+        const float difference = points_.phase[number] - angle;
+        if (!is_within_turn(difference))
+            return false;
+        error = wrap_within_turn(difference);
+        correct(i, error, points_.amplitude[number], next);
+        loop = next;
+        return true;
+    }
+
+    /// One symbol, decided where it stands. @return its error
+    float take_decision(std::size_t i, loop_t& loop) const
+    {
+        advance(loop);
+        const float angle = wrap_angle(loop.phase + symbols_.phase[i]);
+        float decided_amplitude = 0.0f;
+        float decided_phase = 0.0f;
+        if (!slicer_.empty())
+        {
+            const std::complex<float> direction = common_lib::unit_phasor(angle);
+            const float radius = symbols_.amplitude[i] * (settling ? 1.0f : loop.gain);
+            const std::uint32_t number = slicer_.decide_number({ radius * direction.real(), radius * direction.imag() });
+            decided_amplitude = points_.amplitude[number];
+            decided_phase = points_.phase[number];
+        }
+        const float error = wrap_angle(decided_phase - angle);
+        correct(i, error, decided_amplitude, loop);
+        return error;
+    }
+
+    const polar_array_t& symbols_;
+    const polar_array_t& points_;
+    const qam_slicer_t& slicer_;
+    float turn_;
+    const qam_loop_setting_t& setting_;
+    loop_decision_t decision_;
+};
 
 /// Lock by the mean error over a window.
 class lock_detector_t
@@ -247,7 +324,7 @@ carrier_syn_info_t run_qam_loop(const complex_array& symbols, const qam_slicer_t
     // Backward first, only to settle the loop on the data before any value is kept. Time runs the other way, and so do the
     // format's turn and the frequency.
     polar.reverse();
-    walk_loop<true>(polar, polar_points, slicer, setting.turn, setting, loop, [](std::size_t, float) {});
+    loop_walk_t<true>(polar, polar_points, slicer, setting.turn, setting).run(loop, [](std::size_t, const loop_t&, float) {});
     polar.reverse();
     loop.frequency = -loop.frequency;
 
@@ -256,15 +333,15 @@ carrier_syn_info_t run_qam_loop(const complex_array& symbols, const qam_slicer_t
     info.frequency_track.resize(count);
     std::vector<std::uint8_t> locked(count);
     lock_detector_t lock(setting.lock_level);
-    walk_loop<false>(polar, polar_points, slicer, -setting.turn, setting, loop,
-                     [&](std::size_t i, float error)
-                     {
-                         info.phase_track[i] = static_cast<float>(2.0 * static_cast<double>(loop.wraps) * common_lib::pi +
-                                                                  static_cast<double>(loop.phase));
-                         info.gain_track[i] = loop.gain;
-                         info.frequency_track[i] = loop.frequency;
-                         locked[i] = lock.is_locked(error) ? 1 : 0;
-                     });
+    const auto keep = [&](std::size_t i, const loop_t& state, float error)
+    {
+        info.phase_track[i] =
+            static_cast<float>(2.0 * static_cast<double>(state.wraps) * common_lib::pi + static_cast<double>(state.phase));
+        info.gain_track[i] = state.gain;
+        info.frequency_track[i] = state.frequency;
+        locked[i] = lock.is_locked(error) ? 1 : 0;
+    };
+    loop_walk_t<false>(polar, polar_points, slicer, -setting.turn, setting).run(loop, keep);
     find_longest_run(locked, info.lock_start, info.lock_len);
     info.lock_ratio = static_cast<float>(info.lock_len) / static_cast<float>(count);
     return info;

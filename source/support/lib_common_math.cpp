@@ -1,47 +1,18 @@
 #include "support/lib_common_math.h"
 
 #include "support/internal/complex_ops.h"
+#include "support/internal/polar_form.h"
 #include "support/internal/vector_clones.h"
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstddef>
-#include <limits>
 
 namespace vrim::common_lib
 {
 namespace
 {
-DMA_VECTOR_CLONES
-void fill_amplitudes(const std::complex<float>* in, std::size_t count, float* out)
-{
-    for (std::size_t i = 0; i < count; ++i)
-    {
-        const double re = static_cast<double>(in[i].real());
-        const double im = static_cast<double>(in[i].imag());
-        out[i] = static_cast<float>(std::sqrt(re * re + im * im));
-    }
-}
-
-/// @param parts  real and imaginary parts in turn
-/// @return whether all points have an angle: finite parts that are not both 0. What stands for the others means nothing.
-DMA_VECTOR_CLONES
-bool fill_finite_phases(const float* parts, std::size_t count, float* out)
-{
-    constexpr float largest = std::numeric_limits<float>::max();
-    int odd = 0;
-    for (std::size_t i = 0; i < count; ++i)
-    {
-        const float re = std::abs(parts[2 * i]);
-        const float im = std::abs(parts[2 * i + 1]);
-        odd |= re <= largest ? 0 : 1;
-        odd |= im <= largest ? 0 : 1;
-        odd |= re + im > 0.0f ? 0 : 1;
-        out[i] = static_cast<float>(angle_of_finite(static_cast<double>(parts[2 * i + 1]), static_cast<double>(parts[2 * i])));
-    }
-    return odd == 0;
-}
-
 /// Sum of re^2 + im^2 in eight partial sums, so that long arrays do not wait for one chain of additions.
 DMA_VECTOR_CLONES
 double sum_of_squares(const float* parts, std::size_t count)
@@ -64,6 +35,30 @@ double sum_of_squares(const float* parts, std::size_t count)
         sum += value;
     return sum;
 }
+
+/// Largest re^2 + im^2; what is not a number is passed over.
+DMA_VECTOR_CLONES
+double find_largest_power(const std::complex<float>* data, std::size_t count)
+{
+    constexpr std::size_t lanes = 8;
+    double largest[lanes] = {};
+    const auto look = [&](std::size_t i, double& found)
+    {
+        const double re = static_cast<double>(data[i].real());
+        const double im = static_cast<double>(data[i].imag());
+        const double power = re * re + im * im;
+        found = power > found ? power : found;
+    };
+    const std::size_t whole = count / lanes * lanes;
+    for (std::size_t i = 0; i < whole; i += lanes)
+    {
+        for (std::size_t k = 0; k < lanes; ++k)
+            look(i + k, largest[k]);
+    }
+    for (std::size_t i = whole; i < count; ++i)
+        look(i, largest[0]);
+    return *std::max_element(largest, largest + lanes);
+}
 } // namespace
 
 float lib_common_math_t::get_complex_amplitude(std::complex<float> value)
@@ -85,14 +80,7 @@ void lib_common_math_t::get_complex_array_amplitude(const complex_array& in, flo
 void lib_common_math_t::get_complex_array_phase(const complex_array& in, float_array& out)
 {
     out.resize(in.size());
-    if (fill_finite_phases(reinterpret_cast<const float*>(in.data()), in.size(), out.data()))
-        return;
-    // Zeros, infinities and the like came out as not-a-number or plainly wrong.
-    for (std::size_t i = 0; i < in.size(); ++i)
-    {
-        if (!std::isfinite(in[i].real()) || !std::isfinite(in[i].imag()) || (in[i].real() == 0.0f && in[i].imag() == 0.0f))
-            out[i] = get_complex_phase(in[i]);
-    }
+    fill_phases(in.data(), in.size(), out.data());
 }
 
 float lib_common_math_t::get_complex_array_rms(const complex_array& in)
@@ -105,15 +93,7 @@ float lib_common_math_t::get_complex_array_rms(const complex_array& in)
 
 float lib_common_math_t::get_data_max_amplitude(const complex_array& in)
 {
-    double largest = 0.0;
-    for (const std::complex<float>& value : in)
-    {
-        const double re = static_cast<double>(value.real());
-        const double im = static_cast<double>(value.imag());
-        const double power = re * re + im * im;
-        largest = power > largest ? power : largest;
-    }
-    return static_cast<float>(std::sqrt(largest));
+    return static_cast<float>(std::sqrt(find_largest_power(in.data(), in.size())));
 }
 
 double lib_common_math_t::amplitude_ratio_to_db_value(double value, double floor)

@@ -3,6 +3,8 @@
 #include "support/internal/bessel.h"
 #include "support/internal/complex_ops.h"
 #include "support/internal/fir_kernel.h"
+#include "support/internal/main_tap.h"
+#include "support/internal/strided_copy.h"
 
 #include <algorithm>
 #include <cmath>
@@ -52,8 +54,9 @@ void take_stream(const complex_array& in, std::ptrdiff_t begin, std::ptrdiff_t s
     const std::ptrdiff_t from = std::clamp<std::ptrdiff_t>((step - 1 - begin) / step, 0, count);
     const std::ptrdiff_t to = std::clamp<std::ptrdiff_t>((size - begin + step - 1) / step, from, count);
     std::fill(stream.begin(), stream.begin() + from, std::complex<float>(0.0f, 0.0f));
-    for (std::ptrdiff_t i = from; i < to; ++i)
-        stream[static_cast<std::size_t>(i)] = in[static_cast<std::size_t>(begin + i * step)];
+    if (to > from)
+        pick_strided(in.data() + (begin + from * step), static_cast<std::size_t>(step), static_cast<std::size_t>(to - from),
+                     stream.data() + from);
     std::fill(stream.begin() + to, stream.end(), std::complex<float>(0.0f, 0.0f));
 }
 /// Taps that reach from every `down`-th input sample to every `up`-th output.
@@ -63,6 +66,7 @@ struct stream_t
     std::ptrdiff_t first; ///< oldest input sample that it sees; may lie before the input
     bool is_first;        ///< of those that make up an output
     float_array taps;
+    main_tap_t main_tap;
 };
 
 /// @param outputs  first outputs of the classes that there are
@@ -83,10 +87,12 @@ std::vector<stream_t> make_streams(const float_array& taps, std::uint64_t up, st
         const std::ptrdiff_t oldest = newest - members + 1;
         for (std::ptrdiff_t residue = 0; residue < std::min(signed_down, members); ++residue)
         {
-            stream_t stream = { k, oldest + residue, residue == 0, {} };
-            for (std::ptrdiff_t s = stream.first; s <= newest; s += signed_down)
-                stream.taps.push_back(taps[static_cast<std::size_t>(position + half - s * signed_up)]);
-            streams.push_back(std::move(stream));
+            const std::ptrdiff_t first = oldest + residue;
+            float_array stream_taps;
+            for (std::ptrdiff_t s = first; s <= newest; s += signed_down)
+                stream_taps.push_back(taps[static_cast<std::size_t>(position + half - s * signed_up)]);
+            const main_tap_t main_tap(stream_taps);
+            streams.push_back({ k, first, residue == 0, std::move(stream_taps), main_tap });
         }
     }
     return streams;
@@ -130,10 +136,16 @@ bool lib_resampler_t::deal_polyphase_resampling(const complex_array& in, complex
             const std::size_t length = std::min(block_outputs, outputs - begin);
             samples.resize(length + stream.taps.size() - 1);
             take_stream(in, stream.first + static_cast<std::ptrdiff_t>(begin * down), static_cast<std::ptrdiff_t>(down), samples);
-            correlate_real_taps(samples.data(), stream.taps.data(), stream.taps.size(), part.data(), length);
+            if (!stream.main_tap.stands_out() || !stream.main_tap.correlate(samples.data(), part.data(), length))
+                correlate_real_taps(samples.data(), stream.taps.data(), stream.taps.size(), part.data(), length);
             std::complex<float>* place = out.data() + begin * stride + stream.output;
+            if (stream.is_first)
+            {
+                spread_strided(part.data(), length, stride, place);
+                continue;
+            }
             for (std::size_t i = 0; i < length; ++i)
-                place[i * stride] = (stream.is_first ? std::complex<float>(0.0f, 0.0f) : place[i * stride]) + part[i];
+                place[i * stride] += part[i];
         }
     }
     return true;

@@ -415,6 +415,52 @@ TEST(QamSlicer, WalksOverSetsWithoutAGrid)
     EXPECT_EQ(slicer.decide_index({ -1.0f, -1.0f }), 2u);
 }
 
+TEST(QamSlicer, DecidesManyAtOnceAsOneByOne)
+{
+    std::mt19937 generator(12);
+    std::normal_distribution<float> part;
+    for (const std::uint32_t points : all_sets)
+    {
+        const qam_set_t set(points);
+        // Not a whole count of blocks; borders, far values and what is no number among the others.
+        complex_array values(333);
+        for (std::complex<float>& value : values)
+            value = { part(generator), part(generator) };
+        values[3] = { 0.0f, 0.0f };
+        values[70] = { 30.0f, -0.1f };
+        values[200] = { nan_value, 0.3f };
+        values[332] = { -0.2f, infinity };
+        std::vector<std::uint32_t> indices;
+        set.slicer.decide_indices(values, indices);
+        complex_array decided = values;
+        set.slicer.decide_points(decided);
+        ASSERT_EQ(indices.size(), values.size());
+        for (std::size_t i = 0; i < values.size(); ++i)
+        {
+            EXPECT_EQ(indices[i], set.walk<float>(values[i])) << points << " points, value " << values[i];
+            EXPECT_EQ(decided[i], set.map.at(set.walk<double>(values[i]))) << points << " points, value " << values[i];
+        }
+    }
+}
+
+TEST(QamSlicer, DecidesManyWithoutAGridToo)
+{
+    qam_slicer_t slicer;
+    complex_array values(100, { 0.9f, 0.2f });
+    std::vector<std::uint32_t> indices(3, 7);
+    slicer.decide_indices(values, indices);
+    EXPECT_EQ(indices, std::vector<std::uint32_t>(100, 0));
+    slicer.decide_points(values);
+    EXPECT_EQ(values, complex_array(100, { 0.0f, 0.0f }));
+
+    slicer.load(3, { { 0, { -1.0f, 0.0f } }, { 1, { 1.0f, 0.0f } }, { 2, { 0.0f, 1.0f } } });
+    values.assign(100, { 0.9f, 0.2f });
+    slicer.decide_indices(values, indices);
+    EXPECT_EQ(indices, std::vector<std::uint32_t>(100, 1));
+    slicer.decide_points(values);
+    EXPECT_EQ(values, complex_array(100, { 1.0f, 0.0f }));
+}
+
 TEST(QamSlicer, DecidesAlikeWithinTheClearanceOfACell)
 {
     std::mt19937 generator(11);

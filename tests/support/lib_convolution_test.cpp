@@ -277,6 +277,28 @@ TEST(TransformRows, GiveTheSameBitsAloneAndTogether)
     }
 }
 
+TEST(FilterRows, GivesTheBitsOfTransformsAndPlainProducts)
+{
+    for (const std::size_t length : { 1u, 2u, 12u, 37u, 80u, 1024u, 1155u })
+    {
+        constexpr std::size_t rows = 21; // whole vectors of lanes and some rows more
+        const complex_array spectrum = make_noise(length, 15);
+        complex_array expected = make_noise(rows * length, static_cast<unsigned>(length));
+        complex_array filtered = expected;
+        filter_rows(filtered.data(), rows, length, spectrum.data());
+
+        transform_rows(expected.data(), rows, length, false, 1.0f);
+        for (std::size_t i = 0; i < expected.size(); ++i)
+        {
+            const std::complex<float> a = expected[i];
+            const std::complex<float> b = spectrum[i % length];
+            expected[i] = { a.real() * b.real() - a.imag() * b.imag(), a.real() * b.imag() + a.imag() * b.real() };
+        }
+        transform_rows(expected.data(), rows, length, true, 1.0f / static_cast<float>(length));
+        EXPECT_EQ(filtered, expected) << length;
+    }
+}
+
 TEST(TransformRows, AreTheFourierSum)
 {
     for (const std::size_t length : { 1u, 2u, 3u, 5u, 12u, 13u, 37u, 80u, 210u })

@@ -1,6 +1,7 @@
 #include "lib_dma_demod/stage/meas_filter.h"
 
 #include "lib_dma_common/lib_dma_phy_common.h"
+#include "support/internal/convolution.h"
 
 #include <cmath>
 
@@ -15,10 +16,12 @@ void scale_to_unit_gain(std::uint32_t sps, complex_array& taps)
         tap = { tap.real() / root, tap.imag() / root };
 }
 
-meas_filter_result_t deal_meas_filter(lib_dma_meas_filter_type_t type, std::uint32_t filter_length, float alpha,
-                                      std::uint32_t sps, lib_filter_t& filter, complex_array& data)
+namespace
 {
-    complex_array taps;
+/// @param[out] taps  none for the type none
+meas_filter_result_t generate_meas_taps(lib_dma_meas_filter_type_t type, std::uint32_t filter_length, float alpha,
+                                        std::uint32_t sps, lib_filter_t& filter, complex_array& taps)
+{
     meas_filter_result_t result = { true, true };
     switch (type)
     {
@@ -63,7 +66,25 @@ meas_filter_result_t deal_meas_filter(lib_dma_meas_filter_type_t type, std::uint
             scale_to_unit_gain(sps, taps);
         break;
     }
-    lib_filter_t::deal_filter(taps, data, common_lib::filter_delay_compensated);
+    return result;
+}
+} // namespace
+
+meas_filter_result_t deal_meas_filter(lib_dma_meas_filter_type_t type, std::uint32_t filter_length, float alpha,
+                                      std::uint32_t sps, lib_filter_t& filter, complex_array& data)
+{
+    return deal_meas_filter(type, filter_length, alpha, sps, filter, data, data);
+}
+
+meas_filter_result_t deal_meas_filter(lib_dma_meas_filter_type_t type, std::uint32_t filter_length, float alpha,
+                                      std::uint32_t sps, lib_filter_t& filter, const complex_array& data, complex_array& out)
+{
+    complex_array taps;
+    const meas_filter_result_t result = generate_meas_taps(type, filter_length, alpha, sps, filter, taps);
+    if (result.succeeded && !taps.empty())
+        common_lib::convolve(taps, data, (taps.size() - 1) / 2, data.size(), out);
+    else if (&out != &data)
+        out = data;
     return result;
 }
 } // namespace vrim::dma_demod_lib::demod_stage

@@ -5,7 +5,9 @@
 #include "lib_dma_common/sample_line.h"
 #include "lib_dma_demod/stage/meas_filter.h"
 #include "support/internal/complex_ops.h"
+#include "support/internal/finite_values.h"
 #include "support/internal/fir_kernel.h"
+#include "support/internal/strided_copy.h"
 #include "support/lib_common_math.h"
 #include "support/lib_convolution.h"
 #include "support/trace_output.h"
@@ -60,8 +62,7 @@ void generate_pulse_train(const complex_array& taps, const complex_array& symbol
             const std::size_t first = (delay + i) / ratio + begin; // the first place in the whole convolution, in symbols
             common_lib::correlate_real_taps(padded.data() + first, phase_taps.data() + i * reach, reach, part.data(), length);
             std::complex<float>* out = ref.data() + begin * ratio + i;
-            for (std::size_t k = 0; k < length; ++k)
-                out[k * ratio] = part[k];
+            common_lib::spread_strided(part.data(), length, ratio, out);
         }
     }
 }
@@ -92,12 +93,6 @@ bool cal_level_gain(const complex_array& ref, const complex_array& meas, float& 
         return false;
     gain = wanted / present;
     return true;
-}
-
-void scale_finite(float gain, complex_array& data)
-{
-    for (std::complex<float>& sample : data)
-        sample = common_lib::finite_or_zero(sample) * gain;
 }
 
 /// Samples that the filter's run-in is cut by; one symbol of it stays.
@@ -204,7 +199,7 @@ bool deal_level_match(const complex_array& ref, complex_array& meas)
     float gain = 0.0f;
     if (!cal_level_gain(ref, meas, gain))
         return false;
-    scale_finite(gain, meas);
+    common_lib::scale_finite(gain, meas);
     return true;
 }
 
@@ -228,9 +223,8 @@ void take_result_symbols(const complex_array& data, std::uint32_t points_per_sym
 {
     const std::size_t tail = static_cast<std::size_t>(points_per_symbol) * tail_symbols;
     const std::size_t kept = data.size() > tail ? data.size() - tail : 0;
-    symbols.clear();
-    for (std::size_t i = 0; i < kept && points_per_symbol != 0; i += points_per_symbol)
-        symbols.push_back(data[i]);
+    symbols.resize(points_per_symbol == 0 ? 0 : (kept + points_per_symbol - 1) / points_per_symbol);
+    common_lib::pick_strided(data.data(), points_per_symbol, symbols.size(), symbols.data());
 }
 
 namespace
@@ -260,7 +254,7 @@ bool align_waveforms(const demod_setting_t& setting, complex_array& meas, comple
     complex_array ref_symbols;
     lib_dma_phy_common_t::take_inner_symbols(meas, setting.pre_num, setting.sps, meas_symbols);
     lib_dma_phy_common_t::take_inner_symbols(ref, setting.pre_num, setting.sps, ref_symbols);
-    scale_finite(gain, meas_symbols);
+    common_lib::scale_finite(gain, meas_symbols);
     float_array fit;
     double fine_frequency = 0.0;
     const bool fitted = fit_fine_phase(setting.format_group, meas_symbols, ref_symbols, setting.symbol_rate, fit, fine_frequency);
@@ -271,7 +265,7 @@ bool align_waveforms(const demod_setting_t& setting, complex_array& meas, comple
     meas.resize(std::min(meas.size(), ref.size()));
     pick_result_samples(head, ratio, meas);
     pick_result_samples(head, ratio, ref);
-    scale_finite(gain, meas);
+    common_lib::scale_finite(gain, meas);
     if (fitted)
         turn_back({ fit[0], fit[1], static_cast<double>(setting.sps), static_cast<double>(setting.pre_num) }, head,
                   std::max(ratio, 1u), meas);

@@ -35,7 +35,7 @@ bool deal_decoded_window(std::uint32_t segment_index, std::uint32_t bits_per_sym
 /// The whole stage: decides the symbols of the measurement, searches the sync word over the turns that the format cannot tell
 /// apart, and deals with the window.
 /// @param rotations  radians, each on top of the one before
-/// @param decide     decide(symbol) -> index
+/// @param decide     as `decide_symbols` takes it
 template <typename decide_t>
 bool deal_symbol_decode(std::uint32_t segment_index, std::uint32_t bits_per_symbol, const float_array& rotations,
                         const decode_words_t& words, decide_t&& decide, demod_setting_t& setting, demod_work_t& work,

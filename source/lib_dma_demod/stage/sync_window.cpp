@@ -1,6 +1,6 @@
 #include "lib_dma_demod/stage/sync_window.h"
 
-#include "support/internal/complex_ops.h"
+#include "support/internal/finite_values.h"
 #include "support/lib_common_math.h"
 
 #include <algorithm>
@@ -203,18 +203,12 @@ window_scale_t deal_window_scale(std::uint32_t points_per_symbol, complex_array&
     level = lib_common_math_t::get_data_max_amplitude(take_symbols(ref, points_per_symbol));
     if (!(level >= no_level))
         return window_scale_t::no_reference;
-    for (std::complex<float>& point : ref)
-    {
-        const std::complex<float> value = common_lib::finite_or_zero(point);
-        point = { value.real() / level, value.imag() / level };
-    }
+    common_lib::divide_finite(level, ref);
     const float wanted = lib_common_math_t::get_complex_array_rms(take_symbols(ref, points_per_symbol));
     level = lib_common_math_t::get_complex_array_rms(take_symbols(meas, points_per_symbol));
     if (!(level >= no_level) || !std::isfinite(level)) // an equalizer that has diverged
         return window_scale_t::no_measurement;
-    const float gain = wanted / level;
-    for (std::complex<float>& point : meas)
-        point = common_lib::finite_or_zero(point) * gain;
+    common_lib::scale_finite(wanted / level, meas);
     return window_scale_t::done;
 }
 } // namespace vrim::dma_demod_lib::demod_stage

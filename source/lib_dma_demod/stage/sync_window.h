@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <type_traits>
 #include <vector>
 
 namespace vrim::dma_demod_lib::demod_stage
@@ -12,15 +13,24 @@ namespace vrim::dma_demod_lib::demod_stage
 /// Fits a sync pattern to whole symbols: a shorter one gets zero bits at its end, a longer one loses its ragged end.
 void fit_sync_pattern(std::uint32_t bits_per_symbol, bit_array& pattern);
 
-/// Decides every symbol of a waveform at the result rate. @param decide  decide(symbol) -> index
+/// Decides every symbol of a waveform at the result rate.
+/// @param decide  decide(symbol) -> index, or decide(symbols, indices) of all at once
 template <typename decide_t>
 std::vector<std::uint32_t> decide_symbols(const complex_array& data, std::uint32_t points_per_symbol, decide_t&& decide)
 {
     complex_array symbols;
     lib_dma_phy_common_t::downsample(data, static_cast<float>(points_per_symbol), symbols);
-    std::vector<std::uint32_t> indices(symbols.size());
-    for (std::size_t i = 0; i < symbols.size(); ++i)
-        indices[i] = decide(symbols[i]);
+    std::vector<std::uint32_t> indices;
+    if constexpr (std::is_invocable_v<decide_t, const complex_array&, std::vector<std::uint32_t>&>)
+    {
+        decide(symbols, indices);
+    }
+    else
+    {
+        indices.resize(symbols.size());
+        for (std::size_t i = 0; i < symbols.size(); ++i)
+            indices[i] = decide(symbols[i]);
+    }
     return indices;
 }
 

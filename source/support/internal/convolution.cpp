@@ -1,6 +1,5 @@
 #include "support/internal/convolution.h"
 
-#include "support/internal/complex_ops.h"
 #include "support/internal/fir_kernel.h"
 #include "support/internal/transform.h"
 
@@ -136,14 +135,7 @@ void convolve_by_transforms(const complex_array& kernel, const complex_array& da
             copy_with_zeros(data, static_cast<std::ptrdiff_t>(next) - static_cast<std::ptrdiff_t>(taps - 1), taps - 1,
                             overwritten.data());
         }
-        transform_rows(rows.data(), row_count, length, false, 1.0f);
-        for (std::size_t row = 0; row < row_count; ++row)
-        {
-            std::complex<float>* bins = rows.data() + row * length;
-            for (std::size_t i = 0; i < length; ++i)
-                bins[i] = complex_product(bins[i], spectrum[i]);
-        }
-        transform_rows(rows.data(), row_count, length, true, 1.0f / static_cast<float>(length));
+        filter_rows(rows.data(), row_count, length, spectrum.data());
         for (std::size_t row = 0; row < row_count; ++row)
         {
             const std::size_t begin = (block + row) * step;

@@ -1,6 +1,6 @@
 #include "support/internal/transform.h"
 
-#include "support/internal/trigonometry.h"
+#include "support/internal/complex_ops.h"
 #include "support/internal/vector_clones.h"
 
 #include <algorithm>
@@ -78,6 +78,26 @@ public:
             std::complex<value_t>* rows = data + group * lanes * length_;
             spread(rows, values);
             passes_.exec(values.data(), scale, inverse ? pocketfft::BACKWARD : pocketfft::FORWARD);
+            collect(values, rows);
+        }
+    }
+
+    /// Both transforms and the products in between on the lanes, which saves a way out of them and in again.
+    void filter(std::complex<value_t>* data, std::size_t groups, const std::complex<value_t>* spectrum, value_t scale) const
+    {
+        lane_values_t values(length_);
+        for (std::size_t group = 0; group < groups; ++group)
+        {
+            std::complex<value_t>* rows = data + group * lanes * length_;
+            spread(rows, values);
+            passes_.exec(values.data(), value_t(1), pocketfft::FORWARD);
+            for (std::size_t i = 0; i < length_; ++i)
+            {
+                const value_t re = spectrum[i].real();
+                const value_t im = spectrum[i].imag();
+                values[i].Set(values[i].r * re - values[i].i * im, values[i].r * im + values[i].i * re);
+            }
+            passes_.exec(values.data(), scale, pocketfft::BACKWARD);
             collect(values, rows);
         }
     }
@@ -171,21 +191,49 @@ void transform_wide(const row_plan_t<double>& plan, std::complex<double>* data, 
     plan.transform(data, groups, inverse, scale);
 }
 
+DMA_FLAT_AVX2
+void filter_wide(const row_plan_t<float>& plan, std::complex<float>* data, std::size_t groups,
+                 const std::complex<float>* spectrum, float scale)
+{
+    plan.filter(data, groups, spectrum, scale);
+}
+
+/// Groups of as many rows as there are lanes; 0 where rows are better dealt with one by one.
+template <typename value_t>
+std::size_t count_lane_groups(std::size_t count, std::size_t length)
+{
+    const bool fit = length <= longest_wide_row && __builtin_cpu_supports("avx2") && has_plain_passes(length);
+    return fit ? count / row_plan_t<value_t>::lanes : 0;
+}
+
 /// @return rows dealt with, a multiple of the lanes
 template <typename value_t>
 std::size_t transform_in_lanes(std::complex<value_t>* data, std::size_t count, std::size_t length, bool inverse, value_t scale)
 {
     using plan_t = row_plan_t<value_t>;
-    const std::size_t groups = count / plan_t::lanes;
-    if (groups == 0 || length > longest_wide_row || !__builtin_cpu_supports("avx2") ||
-        !has_plain_passes(length))
-        return 0;
-    transform_wide(*pocketfft::detail::get_plan<plan_t>(length), data, groups, inverse, scale);
+    const std::size_t groups = count_lane_groups<value_t>(count, length);
+    if (groups != 0)
+        transform_wide(*pocketfft::detail::get_plan<plan_t>(length), data, groups, inverse, scale);
+    return groups * plan_t::lanes;
+}
+
+std::size_t filter_in_lanes(std::complex<float>* data, std::size_t count, std::size_t length, const std::complex<float>* spectrum,
+                            float scale)
+{
+    using plan_t = row_plan_t<float>;
+    const std::size_t groups = count_lane_groups<float>(count, length);
+    if (groups != 0)
+        filter_wide(*pocketfft::detail::get_plan<plan_t>(length), data, groups, spectrum, scale);
     return groups * plan_t::lanes;
 }
 #else
 template <typename value_t>
 std::size_t transform_in_lanes(std::complex<value_t>*, std::size_t, std::size_t, bool, value_t)
+{
+    return 0;
+}
+
+std::size_t filter_in_lanes(std::complex<float>*, std::size_t, std::size_t, const std::complex<float>*, float)
 {
     return 0;
 }
@@ -227,5 +275,19 @@ void transform_rows(std::complex<float>* data, std::size_t count, std::size_t le
 void transform_rows(std::complex<double>* data, std::size_t count, std::size_t length, bool inverse, double scale)
 {
     transform(data, count, length, inverse, scale);
+}
+
+void filter_rows(std::complex<float>* data, std::size_t count, std::size_t length, const std::complex<float>* spectrum)
+{
+    const float scale = 1.0f / static_cast<float>(length);
+    const std::size_t done = filter_in_lanes(data, count, length, spectrum, scale);
+    transform(data + done * length, count - done, length, false, 1.0f);
+    for (std::size_t row = done; row < count; ++row)
+    {
+        std::complex<float>* bins = data + row * length;
+        for (std::size_t i = 0; i < length; ++i)
+            bins[i] = complex_product(bins[i], spectrum[i]);
+    }
+    transform(data + done * length, count - done, length, true, scale);
 }
 } // namespace vrim::common_lib

@@ -49,6 +49,31 @@ double sum_of(const complex_array& data)
 }
 } // namespace
 
+TEST(MeasFilter, FiltersFromOneArrayToAnotherAsInPlace)
+{
+    for (const lib_dma_meas_filter_type_t type :
+         { LIB_DMA_MEAS_NONE_FILTER, LIB_DMA_MEAS_ROOT_RAISED_COSINE_FILTER, LIB_DMA_MEAS_RECTANGULAR_FILTER,
+           LIB_DMA_MEAS_EDGE_FILTER, LIB_DMA_MEAS_GAUSSIAN_FILTER })
+    {
+        lib_filter_t filter;
+        const complex_array in_place = run_filter(type, filter);
+        const complex_array data = make_impulse();
+        complex_array out(7);
+        lib_filter_t fresh;
+        EXPECT_TRUE(deal_meas_filter(type, 16, 0.35f, 8, fresh, data, out).succeeded);
+        EXPECT_EQ(out, in_place) << type;
+        EXPECT_EQ(data, make_impulse());
+    }
+}
+
+TEST(MeasFilter, CopiesWhatHasNoTaps)
+{
+    lib_filter_t filter;
+    complex_array out(7);
+    EXPECT_FALSE(deal_meas_filter(LIB_DMA_MEAS_ROOT_RAISED_COSINE_FILTER, 16, 0.35f, 0, filter, make_impulse(), out).succeeded);
+    EXPECT_EQ(out, make_impulse());
+}
+
 TEST(MeasFilter, NoneLeavesTheDataAsTheyAre)
 {
     lib_filter_t filter;
