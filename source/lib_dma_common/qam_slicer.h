@@ -4,7 +4,6 @@
 #include "lib_dma_common/decision_table.h"
 #include "support/nearest_odd.h"
 
-#include <algorithm>
 #include <cmath>
 #include <complex>
 #include <cstddef>
@@ -68,9 +67,9 @@ private:
     /// neighbouring points.
     struct grid_t
     {
-        std::int32_t side = 0;   ///< points a side; 0 without a grid
-        double farthest = -1.0;  ///< coordinate up to which cells are told, negative without a grid
-        double margin = 0.0;     ///< distance to a border that rounding may use up
+        std::int32_t side = 0;  ///< points a side; 0 without a grid
+        double farthest = -1.0; ///< coordinate up to which cells are told, negative without a grid
+        double margin = 0.0;    ///< distance to a border that rounding may use up
 
         std::int32_t get_place(std::int32_t x, std::int32_t y) const { return (x + side - 1) / 2 * side + (y + side - 1) / 2; }
         /// Distance of a value to the nearer border of its cell, at most 1. The outermost cells have no outer border.
@@ -89,14 +88,15 @@ private:
             const double reach_x = get_reach(x, column);
             const double reach_y = get_reach(y, row);
             const float clearance = static_cast<float>((reach_x < reach_y ? reach_x : reach_y) - margin);
-            const bool near = (std::abs(x) <= farthest) & (std::abs(y) <= farthest);
-            return { get_place(column, row), near ? clearance : 0.0f };
+            const bool inside = (std::abs(x) <= farthest) & (std::abs(y) <= farthest);
+            return { get_place(column, row), inside ? clearance : 0.0f };
         }
     };
 
     static constexpr std::int16_t no_point = -1;
     static constexpr std::size_t block_values = 64; // that are dealt with at once
 
+    /// The vector code, on plain arrays.
     static void _find_spots(const double* x, const double* y, std::size_t count, grid_t grid, spot_t* spots);
     cell_t _get_cell(spot_t spot) const
     {

@@ -200,11 +200,13 @@ window_cut_t deal_window_cut(const window_t& window, float sync_offset, complex_
 
 window_scale_t deal_window_scale(std::uint32_t points_per_symbol, complex_array& meas, complex_array& ref, float& level)
 {
-    level = lib_common_math_t::get_data_max_amplitude(take_symbols(ref, points_per_symbol));
+    complex_array ref_symbols = take_symbols(ref, points_per_symbol);
+    level = lib_common_math_t::get_data_max_amplitude(ref_symbols);
     if (!(level >= no_level))
         return window_scale_t::no_reference;
     common_lib::divide_finite(level, ref);
-    const float wanted = lib_common_math_t::get_complex_array_rms(take_symbols(ref, points_per_symbol));
+    common_lib::divide_finite(level, ref_symbols);
+    const float wanted = lib_common_math_t::get_complex_array_rms(ref_symbols);
     level = lib_common_math_t::get_complex_array_rms(take_symbols(meas, points_per_symbol));
     if (!(level >= no_level) || !std::isfinite(level)) // an equalizer that has diverged
         return window_scale_t::no_measurement;
