@@ -32,6 +32,7 @@ constexpr float lock_level = 0.7f;
 // another line is looked for.
 constexpr std::size_t record_parts = 16;
 constexpr double loose_agreement = 0.995;
+constexpr std::size_t tested_squares = 256; // of each part, enough to know
 // How much more of the squares that line needs to sum up.
 constexpr double better_sum = 1.005;
 
@@ -41,35 +42,72 @@ double_complex_t turn_of(double angle)
     return { turn.cosine, turn.sine };
 }
 
-/// What a half-sine pulse of two bits finds at each border of the bits, squared, with the sign of every second one taken out. MSK
+/// What half-sine pulses of two bits find at the borders of the bits, squared, with the sign of every second one taken out. MSK
 /// is two rows of such pulses, one real and one imaginary, so that all of these squares have the direction of twice the carrier's
-/// phase. Entry k stands half a bit behind symbol k; pulses that the record cuts are 0.
-std::vector<double_complex_t> cal_pulse_squares(const complex_array& timed, std::uint32_t pre_num, std::uint32_t sps,
-                                                std::size_t symbols)
+/// phase.
+class pulse_squares_t
 {
-    const std::size_t reach = sps / 2; // samples of the pulse in front of a symbol
-    const std::size_t length = 2 * static_cast<std::size_t>(sps);
-    float_array weights;
-    for (std::size_t n = 0; n < length; ++n)
+public:
+    /// @param timed    signal whose symbols stand at `pre_num`, `pre_num` + `sps` ...
+    /// @param symbols  one more than there are squares
+    pulse_squares_t(const complex_array& timed, std::uint32_t pre_num, std::uint32_t sps, std::size_t symbols)
+        : timed_(timed), first_(pre_num), sps_(sps), count_(symbols == 0 ? 0 : symbols - 1)
     {
-        const double place = (static_cast<double>(n) - static_cast<double>(reach)) / static_cast<double>(sps) - 0.5; // bits
-        weights.push_back(static_cast<float>(std::max(common_lib::cosine_of(place * 0.5 * common_lib::pi), 0.0)));
+        const std::size_t reach = sps_ / 2;
+        for (std::size_t n = 0; n < 2 * sps_; ++n)
+        {
+            const double bits = (static_cast<double>(n) - static_cast<double>(reach)) / static_cast<double>(sps_) - 0.5;
+            weights_.push_back(static_cast<float>(std::max(common_lib::cosine_of(bits * 0.5 * common_lib::pi), 0.0)));
+        }
     }
-    std::vector<double_complex_t> squares(symbols == 0 ? 0 : symbols - 1);
-    for (std::size_t k = 0; k < squares.size(); ++k)
+
+    std::size_t size() const { return count_; }
+
+    /// The square half a bit behind symbol k; 0 for a pulse that the record cuts.
+    double_complex_t get_square(std::size_t k) const
     {
-        const std::size_t symbol = pre_num + k * sps;
-        if (symbol < reach || symbol - reach + length > timed.size())
-            continue;
-        const std::complex<float>* const samples = timed.data() + (symbol - reach);
-        std::complex<float> pulse;
-        for (std::size_t n = 0; n < length; ++n)
-            pulse += samples[n] * weights[n];
-        const double_complex_t found(common_lib::finite_or_zero(pulse));
-        const double_complex_t square = complex_product(found, found);
-        squares[k] = (k & 1u) == 0 ? square : -square;
+        const std::size_t reach = sps_ / 2; // samples of the pulse in front of the symbol
+        const std::size_t symbol = first_ + k * sps_;
+        if (symbol < reach || symbol - reach + weights_.size() > timed_.size())
+            return 0.0;
+        const std::complex<float>* const samples = timed_.data() + (symbol - reach);
+        float in_phase = 0.0f;
+        float quadrature = 0.0f;
+        for (std::size_t n = 0; n < weights_.size(); ++n)
+        {
+            in_phase += samples[n].real() * weights_[n];
+            quadrature += samples[n].imag() * weights_[n];
+        }
+        const double_complex_t pulse(common_lib::finite_or_zero({ in_phase, quadrature }));
+        const double_complex_t square = complex_product(pulse, pulse);
+        return (k & 1u) == 0 ? square : -square;
     }
-    return squares;
+
+private:
+    const complex_array& timed_;
+    std::size_t first_;
+    std::size_t sps_;
+    std::size_t count_;
+    float_array weights_;
+};
+
+/// What a line does with the squares.
+struct square_line_t
+{
+    double turn;  ///< radians per bit
+    double start; ///< radians at the first square
+};
+
+/// @param fit  carrier: radians per bit, radians at symbol 0
+square_line_t get_square_line(const float_array& fit)
+{
+    const double slope = static_cast<double>(fit.at(0));
+    return { 2.0 * slope, slope + 2.0 * static_cast<double>(fit.at(1)) };
+}
+
+float_array get_carrier_fit(const square_line_t& line)
+{
+    return { static_cast<float>(0.5 * line.turn), static_cast<float>(0.5 * (line.start - 0.5 * line.turn)) };
 }
 
 /// The squares turned back by a line, summed over the parts of a record, and their magnitudes.
@@ -88,25 +126,26 @@ struct turned_squares_t
     }
 };
 
-/// @param turn   radians per bit, of the squares
-/// @param start  radians at the first square
-turned_squares_t turn_squares(const std::vector<double_complex_t>& squares, double turn, double start)
+/// @param most  squares of a part that are looked at, its first ones
+/// @param get_square  get_square(k) -> square k of `count`
+template <typename get_square_t>
+turned_squares_t turn_squares(std::size_t count, const square_line_t& line, std::size_t most, get_square_t&& get_square)
 {
     turned_squares_t turned;
-    for (std::size_t k = 0; k < squares.size(); ++k)
+    for (std::size_t part = 0; part < record_parts; ++part)
     {
-        const double_complex_t still = complex_product(squares[k], turn_of(-(turn * static_cast<double>(k) + start)));
-        turned.parts[k * record_parts / squares.size()] += still;
-        turned.total += still;
+        const std::size_t first = part * count / record_parts;
+        const std::size_t end = std::min((part + 1) * count / record_parts, first + most);
+        for (std::size_t k = first; k < end; ++k)
+            turned.parts[part] += complex_product(get_square(k), turn_of(-(line.turn * static_cast<double>(k) + line.start)));
+        turned.total += turned.parts[part];
     }
     return turned;
 }
 
-/// @param fit  carrier: radians per bit, radians at symbol 0
-turned_squares_t turn_squares(const std::vector<double_complex_t>& squares, const float_array& fit)
+turned_squares_t turn_squares(const std::vector<double_complex_t>& squares, const square_line_t& line)
 {
-    const double slope = static_cast<double>(fit.at(0));
-    return turn_squares(squares, 2.0 * slope, slope + 2.0 * static_cast<double>(fit.at(1)));
+    return turn_squares(squares.size(), line, squares.size(), [&](std::size_t k) { return squares[k]; });
 }
 
 /// Strongest line of the squares, radians per bit. It is found within a quarter of what the record resolves.
@@ -131,10 +170,10 @@ double find_strongest_turn(const std::vector<double_complex_t>& squares)
 /// Carrier line from the line that the squared pulses have in their spectrum. It stands in far more noise than a loop can follow,
 /// whose symbols are single samples.
 /// Source: U. Mengali, A. N. D'Andrea, Synchronization Techniques for Digital Receivers, Plenum, 1997.
-float_array cal_square_line(const std::vector<double_complex_t>& squares)
+square_line_t cal_square_line(const std::vector<double_complex_t>& squares)
 {
     const double turn = find_strongest_turn(squares);
-    const turned_squares_t still = turn_squares(squares, turn, 0.0);
+    const turned_squares_t still = turn_squares(squares, { turn, 0.0 });
     // Least-squares line through the parts' phases against that of all, each with the strength of its part.
     const double width = static_cast<double>(squares.size()) / static_cast<double>(record_parts);
     double weights = 0.0;
@@ -156,8 +195,7 @@ float_array cal_square_line(const std::vector<double_complex_t>& squares)
     const double spread = weights * place_squares - places * places;
     const double rest = spread > 0.0 ? (weights * products - places * phases) / spread : 0.0;
     const double start = weights > 0.0 ? (phases - rest * places) / weights + std::arg(still.total) : 0.0;
-    const double slope = turn + rest;
-    return { static_cast<float>(0.5 * slope), static_cast<float>(0.5 * (start - 0.5 * slope)) };
+    return { turn + rest, start };
 }
 } // namespace
 
@@ -197,16 +235,20 @@ bool lib_dma_msk_demod_t::msk_carrier_sync(float_array& phase_line, double& resi
 
 void lib_dma_msk_demod_t::_try_square_line(float_array& fit_coefficients) const
 {
-    const std::vector<double_complex_t> squares =
-        cal_pulse_squares(work.timing_data, setting.pre_num, setting.sps, work.sync_symbol.size());
-    const turned_squares_t along_loop = turn_squares(squares, fit_coefficients);
-    if (squares.empty() || along_loop.get_agreement() >= loose_agreement)
+    const pulse_squares_t pulses(work.timing_data, setting.pre_num, setting.sps, work.sync_symbol.size());
+    const square_line_t loop_line = get_square_line(fit_coefficients);
+    const auto get_square = [&](std::size_t k) { return pulses.get_square(k); };
+    if (pulses.size() == 0 ||
+        turn_squares(pulses.size(), loop_line, tested_squares, get_square).get_agreement() >= loose_agreement)
         return;
-    float_array square_line = cal_square_line(squares);
-    const turned_squares_t along_square = turn_squares(squares, square_line);
-    if (!(std::abs(along_square.total) > better_sum * std::abs(along_loop.total)))
+
+    std::vector<double_complex_t> squares(pulses.size());
+    for (std::size_t k = 0; k < squares.size(); ++k)
+        squares[k] = pulses.get_square(k);
+    const square_line_t square_line = cal_square_line(squares);
+    if (!(std::abs(turn_squares(squares, square_line).total) > better_sum * std::abs(turn_squares(squares, loop_line).total)))
         return;
     DMA_LOG_INFO("msk_carrier_sync: the line of the squared pulses fits better than that of the loop.\n");
-    fit_coefficients = std::move(square_line);
+    fit_coefficients = get_carrier_fit(square_line);
 }
 } // namespace vrim::dma_demod_lib

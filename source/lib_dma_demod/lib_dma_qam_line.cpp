@@ -34,8 +34,8 @@ std::complex<float> make_phasor(double amplitude, double angle)
 /// Where a block lies in the record, and its phase.
 struct block_t
 {
-    std::size_t first = 0; ///< symbol
-    double phase = 0.0;    ///< radians
+    std::size_t first = 0;                                ///< symbol
+    double phase = 0.0;                                   ///< radians
     double distance = std::numeric_limits<double>::max(); ///< sum of the squared distances to the points
 
     double get_centre() const { return static_cast<double>(first) + 0.5 * static_cast<double>(block_symbols - 1); }
@@ -118,10 +118,7 @@ struct line_sums_t
 class centred_line_t
 {
 public:
-    explicit centred_line_t(std::size_t symbols)
-        : middle_(0.5 * static_cast<double>(symbols - 1))
-    {
-    }
+    explicit centred_line_t(std::size_t symbols) : middle_(0.5 * static_cast<double>(symbols - 1)) {}
 
     double get_place(double symbol) const { return (symbol - middle_) / middle_; }
     double get_phase(double place) const { return phase_ + turn_ * place; }

@@ -45,8 +45,7 @@ complex_array make_symbols(std::uint32_t format, std::size_t count, double slope
                            unsigned seed)
 {
     const point_array points = make_set(format);
-    point_array symbols =
-        map_points(make_indices(count, static_cast<std::uint32_t>(points.size()), seed), points, slope, phase);
+    point_array symbols = map_points(make_indices(count, static_cast<std::uint32_t>(points.size()), seed), points, slope, phase);
     std::mt19937 generator(seed);
     std::normal_distribution<double> part(0.0, noise * get_half_step(points));
     for (std::complex<double>& symbol : symbols)
@@ -79,8 +78,7 @@ TEST(QamLine, IsFoundWithItsLevelThroughNoise)
             {
                 SCOPED_TRACE(testing::Message() << "format " << format << ", slope " << slope << ", level " << level);
                 const double phase = 0.7 * static_cast<double>(++seed);
-                const qam_line_t line =
-                    find_qam_line(make_symbols(format, count, slope, phase, level, 0.3, seed), slicer);
+                const qam_line_t line = find_qam_line(make_symbols(format, count, slope, phase, level, 0.3, seed), slicer);
                 EXPECT_NEAR(line.level, level, bound * half_step);
                 for (const double symbol : { 0.0, 0.5 * count, 1.0 * count })
                     EXPECT_NEAR(get_miss(line, slope, phase, symbol), 0.0, bound * half_step);
@@ -102,8 +100,7 @@ TEST(QamLine, OfALongRecordIsAsStraight)
 
 TEST(QamLine, IsNotLookedForInFewSymbolsOrWithoutAGrid)
 {
-    const auto is_untouched = [](const qam_line_t& line)
-    { return line.slope == 0.0 && line.phase == 0.0 && line.level == 1.0; };
+    const auto is_untouched = [](const qam_line_t& line) { return line.slope == 0.0 && line.phase == 0.0 && line.level == 1.0; };
     const qam_slicer_t slicer = make_slicer(2);
     for (const std::size_t count : { 0u, 1u, 255u })
         EXPECT_TRUE(is_untouched(find_qam_line(make_symbols(2, count, 0.0, 0.3, 1.0, 0.1, 5), slicer))) << count;

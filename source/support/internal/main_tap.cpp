@@ -69,8 +69,7 @@ bool main_tap_t::correlate(const std::complex<float>* in, std::complex<float>* o
     // A complex array may be read as twice as many floats, real and imaginary parts in turn.
     const float* parts = reinterpret_cast<const float*>(in);
     const float largest = std::bit_cast<float>(find_largest(parts, 2 * (count + length_ - 1)));
-    const float least =
-        std::bit_cast<float>(multiply(parts + 2 * place_, 2 * count, tap_, reinterpret_cast<float*>(out)));
+    const float least = std::bit_cast<float>(multiply(parts + 2 * place_, 2 * count, tap_, reinterpret_cast<float*>(out)));
     // Neither the sum of the other products in front nor any one behind is as much as half the step between single-precision
     // numbers at the main product, which is 2^-26 of it or more: adding them leaves it as it is. Each product that is too small
     // for single precision may have been rounded up to the least number.
