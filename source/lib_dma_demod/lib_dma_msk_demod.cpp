@@ -13,6 +13,7 @@
 #include "support/log_macro.h"
 #include "support/trace_output.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <fmt/format.h>
@@ -122,6 +123,7 @@ bool lib_dma_msk_demod_t::lib_dma_msk_demod_process(std::uint32_t segment_index,
     error_summary_t& summary = data_manager.get_error_summary(segment_index);
     work.iq_data.swap(summary.ref_data);
     work.timing_data.swap(summary.meas_data);
+    work.iq_data.reserve(demod_block.size() + std::min(interp_order, 64u)); // the fractional delay pads it
     work.iq_data = demod_block;
     config.carrier_frequency_offset = 0.0;
 

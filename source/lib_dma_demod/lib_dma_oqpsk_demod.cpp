@@ -171,6 +171,7 @@ bool lib_dma_oqpsk_demod_t::lib_dma_oqpsk_demod_process(std::uint32_t segment_in
     error_summary_t& summary = data_manager.get_error_summary(segment_index);
     work.iq_data.swap(summary.ref_data);
     work.timing_data.swap(summary.meas_data);
+    work.iq_data.reserve(demod_block.size() + std::min(interp_order, 64u)); // the fractional delay pads it
     work.iq_data = demod_block;
 
     config.carrier_frequency_offset = 0.0;
@@ -218,13 +219,15 @@ bool lib_dma_oqpsk_demod_t::_measure_frequency(std::uint32_t segment_index, lib_
                                                lib_dma_psk_modulation_param& psk_param)
 {
     const std::uint32_t inner_size = static_cast<std::uint32_t>(work.iq_data.size()) - 2 * setting.pre_num;
-    lib_dma_phy_common_t::check_valid_data_size(work.iq_data, setting.pre_num, inner_size, work.symbol_data);
+    // Into the memory that the timing recovery fills next.
+    complex_array& data = work.timing_data;
+    lib_dma_phy_common_t::check_valid_data_size(work.iq_data, setting.pre_num, inner_size, data);
     // The estimator compares magnitudes with a fixed tolerance, and the fourth power of a weak signal lies below it.
-    common_lib::lib_normalization_t::rms_normalize(work.symbol_data);
+    common_lib::lib_normalization_t::rms_normalize(data);
     lib_dma_phy_frequency_correct_t frequency_correct;
     try
     {
-        return frequency_correct.frequency_error_correct(*this, segment_index, work.symbol_data, config, psk_param);
+        return frequency_correct.frequency_error_correct(*this, segment_index, data, config, psk_param);
     }
     catch (const std::out_of_range&)
     {

@@ -335,16 +335,16 @@ bool lib_dma_oqpsk_demod_t::timing_recovery(float& residual_hz)
     float_array positions(count);
     for (std::uint32_t i = 0; i < count; ++i)
         positions[i] = static_cast<float>(setting.pre_num + i);
+    const float mean_step = get_mean_step(phase);
     float_array line;
-    if (!common_lib::lib_dma_common_polyfit_t::deal_polyfit(std::move(positions), phase, 1, line) || line.size() < 2 ||
-        !std::isfinite(line[0]) || !std::isfinite(line[1]))
+    if (!common_lib::lib_dma_common_polyfit_t::deal_polyfit(std::move(positions), std::move(phase), 1, line) ||
+        line.size() < 2 || !std::isfinite(line[0]) || !std::isfinite(line[1]))
     {
         DMA_LOG_ERROR("lib_dma_common_polyfit_t::deal_polyfit:error!\n");
         return false;
     }
     turn_back(line[0], line[1], work.iq_data);
-    residual_hz =
-        static_cast<float>(setting.symbol_rate) * get_mean_step(phase) * static_cast<float>(setting.sps) / single_two_pi;
+    residual_hz = static_cast<float>(setting.symbol_rate) * mean_step * static_cast<float>(setting.sps) / single_two_pi;
 
     const float mean_timing = lib_common_math_t::get_average_value(timing);
     // The estimate rises as the symbols come earlier.
