@@ -1,5 +1,6 @@
 #include "lib_dma_demod/lib_dma_msk_demod.h"
 
+#include "lib_dma_common/line_sums.h"
 #include "lib_dma_demod/stage/carrier_track.h"
 #include "support/internal/complex_ops.h"
 #include "support/internal/transform.h"
@@ -176,26 +177,16 @@ square_line_t cal_square_line(const std::vector<double_complex_t>& squares)
     const turned_squares_t still = turn_squares(squares, { turn, 0.0 });
     // Least-squares line through the parts' phases against that of all, each with the strength of its part.
     const double width = static_cast<double>(squares.size()) / static_cast<double>(record_parts);
-    double weights = 0.0;
-    double places = 0.0;
-    double phases = 0.0;
-    double place_squares = 0.0;
-    double products = 0.0;
+    line_sums_t sums;
     for (std::size_t part = 0; part < record_parts; ++part)
     {
         const double weight = std::abs(still.parts[part]);
         const double place = (static_cast<double>(part) + 0.5) * width - 0.5;
         const double phase = std::arg(complex_product(still.parts[part], std::conj(still.total)));
-        weights += weight;
-        places += weight * place;
-        phases += weight * phase;
-        place_squares += weight * place * place;
-        products += weight * place * phase;
+        sums.add(weight, place, weight * phase);
     }
-    const double spread = weights * place_squares - places * places;
-    const double rest = spread > 0.0 ? (weights * products - places * phases) / spread : 0.0;
-    const double start = weights > 0.0 ? (phases - rest * places) / weights + std::arg(still.total) : 0.0;
-    return { turn + rest, start };
+    const auto [start, rest] = sums.solve();
+    return { turn + rest, start + std::arg(still.total) };
 }
 } // namespace
 

@@ -1,5 +1,6 @@
 #include "lib_dma_demod/lib_dma_qam_line.h"
 
+#include "lib_dma_common/line_sums.h"
 #include "support/internal/complex_ops.h"
 
 #include <algorithm>
@@ -90,31 +91,7 @@ double try_phases(const complex_array& symbols, const qam_slicer_t& slicer, doub
     return sum;
 }
 
-/// Sums of a weighted least-squares line; places count from the middle of the record, in halves of it.
-struct line_sums_t
-{
-    double w = 0.0, wx = 0.0, wxx = 0.0, wy = 0.0, wxy = 0.0;
-
-    void add(double weight, double x, double weighted_y)
-    {
-        w += weight;
-        wx += weight * x;
-        wxx += weight * x * x;
-        wy += weighted_y;
-        wxy += weighted_y * x;
-    }
-
-    /// y = first + second * x
-    std::pair<double, double> solve() const
-    {
-        const double determinant = w * wxx - wx * wx;
-        if (!(determinant > 0.0))
-            return { w > 0.0 ? wy / w : 0.0, 0.0 };
-        return { (wy * wxx - wxy * wx) / determinant, (w * wxy - wx * wy) / determinant };
-    }
-};
-
-/// A line over places from the middle of a record, and its level.
+/// A line over places from the middle of a record, in halves of it, and its level.
 class centred_line_t
 {
 public:
